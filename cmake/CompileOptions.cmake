@@ -1,0 +1,39 @@
+# How this project's own code is compiled, as interface targets. They stand inside BUILD_INTERFACE wherever they are
+# linked, so none of it reaches an installed package.
+
+if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+    set(KQDB_GNU_LIKE TRUE)
+endif()
+
+# Our strictness, never the host's: always linked PRIVATE.
+add_library(db2_warnings INTERFACE)
+if(KQDB_GNU_LIKE)
+    target_compile_options(db2_warnings INTERFACE
+        -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast -Wsuggest-override
+        $<$<BOOL:${KQDB_WARNINGS_AS_ERRORS}>:-Werror>)
+elseif(MSVC)
+    target_compile_options(db2_warnings INTERFACE /W4 $<$<BOOL:${KQDB_WARNINGS_AS_ERRORS}>:/WX>)
+endif()
+
+# The x87 unit computes with more bits than a float or double has, so 32-bit results would differ from 64-bit ones.
+add_library(db2_arithmetic INTERFACE)
+if(KQDB_GNU_LIKE AND CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|x86|i[3-6]86)$")
+    target_compile_options(db2_arithmetic INTERFACE -msse2 -mfpmath=sse)
+endif()
+
+# Linked PUBLIC, because a program that loads a sanitized library needs the sanitizers' runtime.
+add_library(db2_sanitizers INTERFACE)
+if(KQDB_SANITIZE)
+    set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all)
+    target_compile_options(db2_sanitizers INTERFACE ${sanitizers} -fno-omit-frame-pointer)
+    target_link_options(db2_sanitizers INTERFACE ${sanitizers})
+endif()
+
+# db2_compile_options(TARGET): for every library and program of ours. Standard C++20, and the three above.
+function(db2_compile_options target)
+    target_compile_features(${target} PUBLIC cxx_std_20)
+    set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+    target_link_libraries(${target}
+        PUBLIC  $<BUILD_INTERFACE:db2_sanitizers>
+        PRIVATE $<BUILD_INTERFACE:db2_warnings> $<BUILD_INTERFACE:db2_arithmetic>)
+endfunction()

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+
+#include <kqtl/Export.h>
+
+namespace KQutils {
+
+/// An arena: many small allocations that live and die together, as the records of one undo item do. An allocation is a
+/// few instructions, none is freed by itself, and the destructor frees all of them at once. It runs no destructors.
+/// Memory comes from KQTLAlloc() in chunks that double from 1 KiB to 64 KiB, none before the first allocation; a request
+/// that is large for a chunk, or aligned more strictly than any value of the library, gets a chunk of its own, so that
+/// leaving the end of a full-sized chunk unused never wastes more than a quarter of it.
+/// Threads: one heap belongs to one thread.
+class KQ_API FastHeap
+{
+public:
+    FastHeap() = default;
+    FastHeap(const FastHeap&) = delete;
+    FastHeap& operator=(const FastHeap&) = delete;
+    ~FastHeap();
+
+    /// Allocates @p bytes, not initialised, at a multiple of @p alignment. A request for zero bytes takes one, so that its
+    /// address is its own.
+    /// @param alignment  a power of two.
+    /// @return the block, valid until this heap is destroyed; null, with nothing changed, when memory is out and when
+    ///         @p alignment is not a power of two.
+    [[nodiscard]] void* alloc(std::size_t bytes, std::size_t alignment);
+
+    /// The bytes of all allocations and of the padding that aligned them: 0 at first, alike on every platform for the
+    /// same requests. The chunks' headers and their unused ends are not counted.
+    [[nodiscard]] std::size_t bytesInUse() const noexcept { return bytesInUse_; }
+
+private:
+    struct Chunk;
+
+    [[nodiscard]] Chunk* addChunk(std::size_t bytes, std::size_t alignment);
+    [[nodiscard]] void* allocOwnChunk(std::size_t bytes, std::size_t alignment);
+    [[nodiscard]] bool startChunkFor(std::size_t bytes);
+
+    Chunk* chunks_ = nullptr;        ///< every chunk, in no order that matters; owned
+    char* cursor_ = nullptr;         ///< the free rest of the chunk in use; null before the first one
+    std::size_t remaining_ = 0;      ///< bytes behind cursor_
+    std::size_t nextChunkBytes_ = 0; ///< of the next chunk, with its header; 0 before the first one
+    std::size_t bytesInUse_ = 0;
+};
+
+} // namespace KQutils

@@ -1,0 +1,106 @@
+#include <KQutils/FastHeap.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <new>
+
+#include <kqtl/Alloc.h>
+
+namespace KQutils {
+
+namespace {
+
+constexpr std::size_t kFirstChunkBytes = 1024; ///< an undo item of a few edits fits
+constexpr std::size_t kLargestChunkBytes = 64 * 1024;
+constexpr std::size_t kLargestSharedBytes = kLargestChunkBytes / 4; ///< above, a request gets a chunk of its own
+
+/// Of chunks and their headers, and that of the library's largest values. A chunk's contents start at a multiple of it on
+/// every platform, so padding depends on the requests alone and never on the addresses that the heap hands out.
+constexpr std::size_t kChunkAlignment = 16;
+constexpr std::size_t kHeaderBytes = kChunkAlignment;
+
+/// The bytes from @p address to the next multiple of @p alignment.
+std::size_t paddingAt(const char* address, std::size_t alignment)
+{
+    return static_cast<std::size_t>(-reinterpret_cast<std::uintptr_t>(address)) & (alignment - 1);
+}
+
+} // namespace
+
+/// The header of a chunk; its contents follow.
+struct FastHeap::Chunk
+{
+    Chunk* next;
+};
+
+FastHeap::~FastHeap()
+{
+    static_assert(sizeof(Chunk) <= kHeaderBytes);
+    while (chunks_ != nullptr)
+    {
+        Chunk* const next = chunks_->next;
+        KQTLFree(chunks_);
+        chunks_ = next;
+    }
+}
+
+void* FastHeap::alloc(std::size_t bytes, std::size_t alignment)
+{
+    if (!std::has_single_bit(alignment))
+        return nullptr;
+    bytes = std::max<std::size_t>(bytes, 1);
+    if (bytes > kLargestSharedBytes || alignment > kChunkAlignment)
+        return allocOwnChunk(bytes, alignment);
+
+    if (cursor_ == nullptr || bytes + paddingAt(cursor_, alignment) > remaining_)
+    {
+        if (!startChunkFor(bytes))
+            return nullptr;
+    }
+    const std::size_t padding = paddingAt(cursor_, alignment);
+    char* const block = cursor_ + padding;
+    cursor_ = block + bytes;
+    remaining_ -= padding + bytes;
+    bytesInUse_ += padding + bytes;
+    return block;
+}
+
+/// @return null, with nothing changed, when memory is out.
+FastHeap::Chunk* FastHeap::addChunk(std::size_t bytes, std::size_t alignment)
+{
+    void* const block = KQTLAlloc(bytes, std::max(alignment, kChunkAlignment));
+    if (block == nullptr)
+        return nullptr;
+    chunks_ = ::new (block) Chunk{chunks_};
+    return chunks_;
+}
+
+/// The chunk in use stays in use, so that a large request does not waste its rest.
+void* FastHeap::allocOwnChunk(std::size_t bytes, std::size_t alignment)
+{
+    const std::size_t offset = std::max(kHeaderBytes, alignment);
+    if (bytes > PTRDIFF_MAX || offset > PTRDIFF_MAX - bytes)
+        return nullptr;
+    Chunk* const chunk = addChunk(offset + bytes, alignment);
+    if (chunk == nullptr)
+        return nullptr;
+    bytesInUse_ += bytes;
+    return reinterpret_cast<char*>(chunk) + offset;
+}
+
+/// @return false, with nothing changed, when memory is out.
+bool FastHeap::startChunkFor(std::size_t bytes)
+{
+    const std::size_t regular = nextChunkBytes_ == 0 ? kFirstChunkBytes : nextChunkBytes_;
+    const std::size_t chunkBytes = std::max(regular, kHeaderBytes + bytes);
+    Chunk* const chunk = addChunk(chunkBytes, kChunkAlignment);
+    if (chunk == nullptr)
+        return false;
+    cursor_ = reinterpret_cast<char*>(chunk) + kHeaderBytes;
+    remaining_ = chunkBytes - kHeaderBytes;
+    nextChunkBytes_ = std::min(regular * 2, kLargestChunkBytes);
+    return true;
+}
+
+} // namespace KQutils

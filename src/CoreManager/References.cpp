@@ -1,0 +1,162 @@
+// The edits of references.
+
+#include <db2/AttributeIterators.h>
+#include <db2/CoreManager.h>
+
+#include <kqtl/Alloc.h>
+
+namespace db2 {
+namespace {
+
+/// Walks the attributes that reference a start attribute directly or through others, one a step, without a stack: the
+/// links lead back.
+class ReferencerWalk
+{
+public:
+    explicit ReferencerWalk(const Attribute& start) : start_(&start), current_(&start) {}
+
+    /// The next attribute; null at the end, after which no step may follow.
+    const Attribute* step()
+    {
+        const Attribute* next = current_->getReferents();
+        while (next == nullptr && current_ != start_)
+        {
+            next = current_->getSiblingReferent();
+            if (next == nullptr)
+                current_ = current_->getReference();
+        }
+        current_ = next;
+        return current_;
+    }
+
+private:
+    const Attribute* start_;
+    const Attribute* current_;
+};
+
+} // namespace
+
+/// A cycle would close when the chain above @p referenced leads to @p referencer, which is when @p referenced is among
+/// the referencers below @p referencer. Both are walked in step and whichever ends first decides, so that chains and
+/// trees of references grow in linear time at either end.
+bool CoreManager::wouldCloseCycle(const Attribute& referenced, const Attribute& referencer)
+{
+    ReferencerWalk below(referencer);
+    for (const Attribute* above = referenced.getReference(); above != nullptr; above = above->getReference())
+    {
+        const Attribute* const seen = below.step();
+        if (above == &referencer || seen == &referenced)
+            return true;
+        if (seen == nullptr)
+            return false;
+    }
+    return false;
+}
+
+// --- The side record of an attribute's links ---
+
+/// Gives the attribute its side record. @return false, changing nothing, when memory is out.
+bool CoreManager::makeLinks(Attribute& attribute)
+{
+    if (attribute.hasLinks())
+        return true;
+    void* const place = KQTLAlloc(sizeof(ReferenceLinks), alignof(ReferenceLinks));
+    if (place == nullptr)
+        return false;
+    attribute.links_ = ::new (place) ReferenceLinks{attribute.metaData_, nullptr, nullptr, nullptr, nullptr};
+    attribute.setFlag(ElementFlag::kHasLinks);
+    return true;
+}
+
+/// Takes the side record away when no reference needs it any more.
+void CoreManager::dropUnusedLinks(Attribute& attribute)
+{
+    ReferenceLinks* const links = attribute.hasLinks() ? attribute.links_ : nullptr;
+    if (links == nullptr || links->referenced != nullptr || links->firstReferencer != nullptr)
+        return;
+    attribute.metaData_ = links->metaData;
+    attribute.clearFlag(ElementFlag::kHasLinks);
+    KQTLFree(links);
+}
+
+/// @param change  1 for an end that a reference gets at the attribute, the negative for one that it loses.
+void CoreManager::countEnd(Attribute& attribute, std::uint32_t change)
+{
+    attribute.getNode()->edgeCount_ += change;
+    if (AttributeArray* const array = attribute.getParentArray())
+        array->referenceCount_ += change;
+}
+
+// --- Edits ---
+
+Status CoreManager::db_createReference(Attribute* referenced, Attribute* referencer, bool singleOutput)
+{
+    const Status status = canCreateReference(referenced, referencer, singleOutput);
+    if (status != Status::kSuccess)
+        return status;
+    if (!makeLinks(*referenced) || !makeLinks(*referencer))
+    {
+        dropUnusedLinks(*referenced);
+        return Status::kFailure;
+    }
+    Attribute*& newest = referenced->links_->firstReferencer;
+    referencer->links_->referenced = referenced;
+    referencer->links_->nextReferencer = newest;
+    if (newest != nullptr)
+        newest->links_->previousReferencer = referencer;
+    newest = referencer;
+    if (singleOutput)
+        referencer->setFlag(ElementFlag::kSingleOutput);
+    countEnd(*referenced, 1);
+    countEnd(*referencer, 1);
+    ++statistics_.references;
+    return Status::kSuccess;
+}
+
+Status CoreManager::db_destroyReference(Attribute* referencer)
+{
+    const Status status = canDestroyReference(referencer);
+    if (status == Status::kSuccess)
+        breakReference(*referencer);
+    return status;
+}
+
+void CoreManager::breakReference(Attribute& referencer)
+{
+    ReferenceLinks& links = *referencer.links_;
+    Attribute& referenced = *links.referenced;
+    if (links.previousReferencer != nullptr)
+        links.previousReferencer->links_->nextReferencer = links.nextReferencer;
+    else
+        referenced.links_->firstReferencer = links.nextReferencer;
+    if (links.nextReferencer != nullptr)
+        links.nextReferencer->links_->previousReferencer = links.previousReferencer;
+    links.referenced = nullptr;
+    links.nextReferencer = nullptr;
+    links.previousReferencer = nullptr;
+
+    referencer.clearFlag(ElementFlag::kSingleOutput);
+    countEnd(referenced, ~std::uint32_t{0});
+    countEnd(referencer, ~std::uint32_t{0});
+    --statistics_.references;
+    dropUnusedLinks(referencer);
+    dropUnusedLinks(referenced);
+}
+
+/// Breaks every reference that an attribute of the node takes part in, at either end.
+void CoreManager::breakAllReferences(Node& node)
+{
+    if (node.getEdgeCount() == 0)
+        return;
+    AttributeIterator attributes(&node);
+    while (attributes.next())
+    {
+        Attribute& attribute = *attributes.attr();
+        if (attribute.getReference() != nullptr)
+            breakReference(attribute);
+        while (Attribute* const referencer = attribute.getReferents())
+            breakReference(*referencer);
+    }
+}
+
+} // namespace db2

@@ -1,0 +1,248 @@
+#include "NodeMemory.h"
+
+#include "ElementRecords.h"
+#include "OwnedMetaData.h"
+#include "OutOfMemory.h"
+
+#include <kqtl/Alloc.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <new>
+
+namespace db2 {
+namespace {
+
+constexpr std::uint64_t kMostBytes = std::numeric_limits<std::uint32_t>::max();
+
+OwnElementHeader* headerOf(Element* element)
+{
+    std::byte* const record = reinterpret_cast<std::byte*>(element);
+    return reinterpret_cast<OwnElementHeader*>(record - kOwnElementHeaderBytes);
+}
+
+} // namespace
+
+// --- Nodes ---
+
+/// The node's record in a block of the template's size; the elements behind it are still raw memory.
+Node* NodeMemory::makeBlock(NodeTemplate& nodeTemplate)
+{
+    const MemoryFormat& format = nodeTemplate.getNodeMemoryRequirements();
+    void* const block = KQTLAlloc(format.size, format.alignment);
+    return block != nullptr ? ::new (block) Node(&nodeTemplate) : nullptr;
+}
+
+Node* NodeMemory::make(NodeTemplate& nodeTemplate)
+{
+    Node* const node = makeBlock(nodeTemplate);
+    if (node == nullptr)
+        return nullptr;
+    if (!nodeTemplate.constructElements(reinterpret_cast<std::byte*>(node)))
+    {
+        node->~Node();
+        KQTLFree(node);
+        return nullptr;
+    }
+    nodeTemplate.addReference();
+    return node;
+}
+
+Node* NodeMemory::makeUnknown(const wchar_t* typeName, const Module& module)
+{
+    NodeTemplate* nodeTemplate = nullptr;
+    if (!succeeds([&] { nodeTemplate = new NodeTemplate(typeName, 0, module); }))
+        return nullptr;
+    Node* const node = makeBlock(*nodeTemplate);
+    if (node == nullptr)
+    {
+        delete nodeTemplate;
+        return nullptr;
+    }
+    nodeTemplate->addReference();
+    return node;
+}
+
+void NodeMemory::free(Node* node)
+{
+    for (unsigned int i = 0; i < node->elementsInBlock(); ++i)
+        freeElementContents(*node->getElement(i));
+    if (node->extras_ != nullptr)
+    {
+        for (Element* const element : node->extras_->elements)
+            freeElement(element);
+        for (Element* const element : node->extras_->legacyElements)
+            freeElement(element);
+        node->extras_->~NodeExtras();
+        KQTLFree(node->extras_);
+    }
+    if (node->childIndex_ != nullptr)
+    {
+        node->childIndex_->~NameIndex();
+        KQTLFree(node->childIndex_);
+    }
+    NodeTemplate* const nodeTemplate = node->template_;
+    const bool isUnknown = node->isUnknown();
+    node->~Node();
+    KQTLFree(node);
+    nodeTemplate->removeReference();
+    if (isUnknown) // its template is its own
+        delete nodeTemplate;
+}
+
+// --- Elements with blocks of their own ---
+
+Element* NodeMemory::makeElement(Node* node, AttributeTypeId typeId, bool isArray, const ConstValueHandle& defaultValue,
+                                 std::uint32_t flags)
+{
+    MemoryFormat format;
+    format.add(kOwnElementHeaderBytes, alignof(OwnElementHeader));
+    if (isArray)
+        format.add(sizeof(AttributeArray), alignof(AttributeArray));
+    else
+    {
+        format.add(sizeof(Attribute), alignof(Attribute));
+        format.add(ValueInfo::getMemoryRequirements(typeId).size, ValueInfo::getStorageAlignment(typeId));
+    }
+    auto* const block = static_cast<std::byte*>(KQTLAlloc(format.size, format.alignment));
+    if (block == nullptr)
+        return nullptr;
+    ::new (block) OwnElementHeader{node};
+    std::byte* const record = block + kOwnElementHeaderBytes;
+    if (isArray)
+        return ::new (record) AttributeArray(flags, kOwnElementHeaderBytes, nullptr);
+
+    auto* const attribute = ::new (record) Attribute(flags, kOwnElementHeaderBytes, nullptr);
+    const bool hasValue = typeId != AttributeType::kNull;
+    if (hasValue && ValueHandle::constructAt(valueBehind(record, typeId), defaultValue).isNull())
+    {
+        KQTLFree(block);
+        return nullptr;
+    }
+    return attribute;
+}
+
+void NodeMemory::freeElement(Element* element)
+{
+    freeElementContents(*element);
+    // An unknown element's metadata is its private template's.
+    if (element->hasAnyFlag(ElementFlag::kDynamic | ElementFlag::kLegacy))
+        OwnedMetaData::free(element->getMetaData());
+    KQTLFree(headerOf(element));
+}
+
+void NodeMemory::discardElement(Element* element, AttributeTypeId typeId)
+{
+    if (!element->isAttributeArray())
+        ValueHandle(valueBehind(element, typeId), typeId).destroy();
+    KQTLFree(headerOf(element));
+}
+
+/// Frees what the element owns beyond its record. An attribute that still has links keeps its record's way to the
+/// metadata: only freeing a whole tree comes here with references left.
+void NodeMemory::freeElementContents(Element& element)
+{
+    if (element.isAttributeArray())
+        freeArrayStorage(static_cast<AttributeArray&>(element));
+    else
+        freeValue(static_cast<Attribute&>(element));
+}
+
+void NodeMemory::freeValue(Attribute& attribute)
+{
+    if (!ValueInfo::isPODType(attribute.getTypeId()))
+        attribute.private_getValue().destroy();
+    if (attribute.hasLinks())
+    {
+        ReferenceLinks* const links = attribute.getLinks();
+        setMetaData(attribute, links->metaData);
+        attribute.clearFlag(ElementFlag::kHasLinks);
+        KQTLFree(links);
+    }
+}
+
+// --- Arrays ---
+
+void NodeMemory::freeArrayStorage(AttributeArray& array)
+{
+    for (unsigned int i = 0; i < array.size_; ++i)
+        freeValue(*array.items_[i]);
+    while (AttributeBlock* const block = array.lastBlock_)
+    {
+        array.lastBlock_ = block->previous;
+        KQTLFree(block);
+    }
+    KQTLFree(array.items_);
+    KQTLFree(array.values_);
+}
+
+bool NodeMemory::growArray(AttributeArray& array, std::uint64_t capacity)
+{
+    const AttributeTypeId typeId = array.getTypeId();
+    const std::uint64_t stride = ValueInfo::getStride(typeId);
+    const std::uint64_t newItems = capacity - array.capacity_;
+    const std::uint64_t blockBytes = kBlockHeaderBytes + newItems * sizeof(Attribute);
+    const std::uint64_t tableBytes = capacity * sizeof(Attribute*);
+    if (std::max({capacity * stride, blockBytes, tableBytes}) > kMostBytes)
+        return false;
+
+    void* const values = KQTLAlloc(static_cast<std::size_t>(capacity * stride), ValueInfo::getStorageAlignment(typeId));
+    void* const table = KQTLAlloc(static_cast<std::size_t>(tableBytes), alignof(Attribute*));
+    void* const block = KQTLAlloc(static_cast<std::size_t>(blockBytes), alignof(AttributeBlock));
+    if (values == nullptr || table == nullptr || block == nullptr)
+    {
+        KQTLFree(values);
+        KQTLFree(table);
+        KQTLFree(block);
+        return false;
+    }
+    auto** const items = static_cast<Attribute**>(table);
+    if (array.capacity_ != 0)
+    {
+        std::memcpy(items, array.items_, array.capacity_ * sizeof(Attribute*));
+        // Relocated, not copied: the value types allow it.
+        std::memcpy(values, array.values_, static_cast<std::size_t>(array.size_ * stride));
+    }
+    auto* const header = ::new (block)
+        AttributeBlock{&array, array.lastBlock_, array.capacity_, static_cast<std::uint32_t>(newItems)};
+    for (std::uint32_t i = 0; i < header->itemCount; ++i)
+    {
+        const auto ownerDistance = static_cast<std::uint32_t>(kBlockHeaderBytes + i * sizeof(Attribute));
+        const std::uint32_t flags = ElementFlag::kArrayItem | ElementFlag::kDestroyed;
+        items[array.capacity_ + i] = ::new (header->items() + i) Attribute(flags, ownerDistance, array.getMetaData());
+    }
+    KQTLFree(array.items_);
+    KQTLFree(array.values_);
+    array.items_ = items;
+    array.values_ = values;
+    array.lastBlock_ = header;
+    array.capacity_ = static_cast<std::uint32_t>(capacity);
+    return true;
+}
+
+// --- Flags ---
+
+bool NodeMemory::anyFlag(const Element& element, std::uint32_t mask)
+{
+    if (element.hasAnyFlag(mask))
+        return true;
+    if (!element.isAttributeArray())
+        return false;
+    const auto& array = static_cast<const AttributeArray&>(element);
+    return std::any_of(array.items_, array.items_ + array.capacity_,
+                       [mask](const Attribute* item) { return item->hasAnyFlag(mask); });
+}
+
+bool NodeMemory::anyElementFlag(const Node& node, std::uint32_t mask)
+{
+    for (unsigned int i = 0, count = node.getElementCount(); i < count; ++i)
+        if (anyFlag(*node.getElement(i), mask))
+            return true;
+    for (unsigned int i = 0, count = node.getLegacyElementCount(); i < count; ++i)
+        if (anyFlag(*node.getLegacyElement(i), mask))
+            return true;
+    return false;
+}
+
+} // namespace db2

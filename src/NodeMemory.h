@@ -1,0 +1,50 @@
+#pragma once
+
+#include <db2/Node.h>
+
+namespace db2 {
+
+/// Makes and frees nodes with their elements, whole: the blocks, the values, what the template counts. Knows nothing of
+/// the tree, so a node that is freed here must be out of it.
+class NodeMemory
+{
+public:
+    NodeMemory() = delete;
+
+    /// A node of a registered template with all its elements. @return null when memory is out.
+    [[nodiscard]] static Node* make(NodeTemplate& nodeTemplate);
+
+    /// A node with a private template of its own, without elements. @return null when memory is out.
+    [[nodiscard]] static Node* makeUnknown(const wchar_t* typeName, const Module& module);
+
+    /// Frees the node, its elements and, of an unknown node, its template.
+    static void free(Node* node);
+
+    /// An element in a block of its own, without metadata yet; an attribute's value is a copy of @p defaultValue, an
+    /// array is empty. @return null when memory is out.
+    [[nodiscard]] static Element* makeElement(Node* node, AttributeTypeId typeId, bool isArray,
+                                              const ConstValueHandle& defaultValue, std::uint32_t flags);
+    static void setMetaData(Element& element, const ElementMetaData* metaData) { element.metaData_ = metaData; }
+
+    /// Frees an element that has a block of its own, and its metadata when it is the element's.
+    static void freeElement(Element* element);
+
+    /// Frees an element of makeElement() that never got metadata.
+    static void discardElement(Element* element, AttributeTypeId typeId);
+
+    /// Gives an array room for @p capacity items, which is more than it has; the size stays.
+    /// @return false, changing nothing, when memory or a count of bytes in 32 bits does not suffice.
+    [[nodiscard]] static bool growArray(AttributeArray& array, std::uint64_t capacity);
+
+    /// True when an element, an item of it, or any element of the node carries one of the bits.
+    [[nodiscard]] static bool anyFlag(const Element& element, std::uint32_t mask);
+    [[nodiscard]] static bool anyElementFlag(const Node& node, std::uint32_t mask);
+
+private:
+    [[nodiscard]] static Node* makeBlock(NodeTemplate& nodeTemplate);
+    static void freeValue(Attribute& attribute);
+    static void freeArrayStorage(AttributeArray& array);
+    static void freeElementContents(Element& element);
+};
+
+} // namespace db2

@@ -1,0 +1,111 @@
+#include <db2/NodeRegistry.h>
+
+#include <db2/Library.h>
+#include <db2/NameHash.h>
+#include <db2/Node.h>
+#include <db2/NodeTemplate.h>
+#include <db2/ValueInfo.h>
+
+#include <iostream>
+
+namespace db2 {
+namespace {
+
+constexpr unsigned int kRequestedCapacity = 128;
+
+std::uint32_t typeNameHash(const NodeTemplate& nodeTemplate)
+{
+    return hashName(nodeTemplate.getTypeName().c_str(), nodeTemplate.getTypeName().size());
+}
+
+} // namespace
+
+NodeRegistry::NodeRegistry() : templatesById_(kRequestedCapacity), templatesByName_(kRequestedCapacity) {}
+
+NodeRegistry::~NodeRegistry()
+{
+    for (unsigned int slot = templatesById_.firstSlot(); slot != UIntHashMap::kNoSlot; slot = templatesById_.nextSlot(slot))
+        delete static_cast<NodeTemplate*>(templatesById_.valueAt(slot));
+}
+
+Status NodeRegistry::registerNodeTemplate(NodeTemplate* nodeTemplate)
+{
+    if (nodeTemplate == nullptr)
+        return Status::kFailure;
+    if (nodeTemplate->hasFlag(NodeTemplateFlag::kRegistered))
+        return Status::kTemplateAlreadyRegistered;
+    if (templatesById_.contains(nodeTemplate->getTypeId()))
+        return Status::kDuplicateTypeId;
+    const std::uint32_t nameHash = typeNameHash(*nodeTemplate);
+    if (templatesByName_.contains(nameHash))
+        return Status::kDuplicateTemplateName;
+
+    if (!templatesByName_.reserveInsert() || !templatesById_.reserveInsert() || !nodeTemplate->freeze())
+        return Status::kFailure;
+    templatesByName_.insert(nameHash, nodeTemplate);
+    templatesById_.insert(nodeTemplate->getTypeId(), nodeTemplate);
+    nodeTemplate->setFlag(NodeTemplateFlag::kRegistered);
+    return Status::kSuccess;
+}
+
+Status NodeRegistry::unregisterNodeTemplate(unsigned int typeId)
+{
+    NodeTemplate* const nodeTemplate = findTemplate(typeId);
+    if (nodeTemplate == nullptr)
+        return Status::kTemplateNotRegistered;
+    if (nodeTemplate->getReferenceCount() != 0)
+    {
+        logError(L"Failed to unregister node template! Nodes are still using it.");
+        return Status::kTemplateInUse;
+    }
+    if (!templatesById_.remove(typeId))
+    {
+        logError(L"Failed to unregister node template with id '%d'", typeId);
+        return Status::kTemplateNotRegistered;
+    }
+    if (!templatesByName_.remove(typeNameHash(*nodeTemplate)))
+    {
+        logError(L"Failed to unregister node template '%s'", nodeTemplate->getTypeName().c_str());
+        return Status::kTemplateNameNotRegistered;
+    }
+    delete nodeTemplate;
+    return Status::kSuccess;
+}
+
+NodeTemplate* NodeRegistry::findTemplate(unsigned int typeId) const
+{
+    return static_cast<NodeTemplate*>(templatesById_.find(typeId));
+}
+
+const NodeTemplate* NodeRegistry::lookupNodeTemplate(unsigned int typeId) const
+{
+    return findTemplate(typeId);
+}
+
+const NodeTemplate* NodeRegistry::lookupNodeTemplate(const wchar_t* typeName) const
+{
+    return typeName != nullptr ? static_cast<NodeTemplate*>(templatesByName_.find(hashName(typeName))) : nullptr;
+}
+
+void NodeRegistry::dumpMemoryRequirements() const
+{
+    std::wcout << L"sizeof(Attribute)        = " << sizeof(Attribute) << std::endl;
+    std::wcout << L"sizeof(Node)             = " << sizeof(Node) << std::endl;
+    std::wcout << std::endl;
+    for (unsigned int type = 0; type < kAttributeTypeCount; ++type)
+    {
+        const auto typeId = static_cast<AttributeTypeId>(type);
+        std::wcout << L"Attribute type '" << ValueInfo::getTypeName(typeId) << L"' requires "
+                   << ValueInfo::getMemoryRequirements(typeId).size << L" bytes" << std::endl;
+    }
+    std::wcout << std::endl;
+    for (unsigned int slot = templatesById_.firstSlot(); slot != UIntHashMap::kNoSlot; slot = templatesById_.nextSlot(slot))
+    {
+        const auto* const nodeTemplate = static_cast<const NodeTemplate*>(templatesById_.valueAt(slot));
+        std::wcout << L"Node type '" << nodeTemplate->getTypeName().c_str() << L"' requires "
+                   << nodeTemplate->getNodeMemoryRequirements().size << L" bytes" << std::endl;
+    }
+    std::wcout << std::endl;
+}
+
+} // namespace db2
