@@ -1,8 +1,8 @@
 #include <kqtl/Allocator.h>
 
-#include <new>
-
 #include <kqtl/Alloc.h>
+
+#include <new>
 
 namespace kqtl {
 

@@ -1,11 +1,11 @@
 #include <KQutils/FastHeap.h>
 
+#include <kqtl/Alloc.h>
+
 #include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <new>
-
-#include <kqtl/Alloc.h>
 
 namespace KQutils {
 
@@ -15,8 +15,8 @@ constexpr std::size_t kFirstChunkBytes = 1024; ///< an undo item of a few edits 
 constexpr std::size_t kLargestChunkBytes = 64 * 1024;
 constexpr std::size_t kLargestSharedBytes = kLargestChunkBytes / 4; ///< above, a request gets a chunk of its own
 
-/// Of chunks and their headers, and that of the library's largest values. A chunk's contents start at a multiple of it on
-/// every platform, so padding depends on the requests alone and never on the addresses that the heap hands out.
+/// Of chunks and their headers, and that of the library's largest values. A chunk's contents start at a multiple of it
+/// on every platform, so padding depends on the requests alone and never on the addresses that the heap hands out.
 constexpr std::size_t kChunkAlignment = 16;
 constexpr std::size_t kHeaderBytes = kChunkAlignment;
 

@@ -1,17 +1,18 @@
 #include <kqx/Format.h>
 
+#include <kqx/UTF8.h>
+
+#include "FormatConversion.h"
+
 #include <algorithm>
 #include <charconv>
 #include <climits>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
-#include <cwchar>
 #include <iterator>
+#include <string>
 #include <string_view>
 #include <type_traits>
-
-#include <kqx/UTF8.h>
 
 namespace kqx {
 
@@ -66,126 +67,6 @@ private:
     std::size_t capacity_;   ///< of out_, with the null character
     std::size_t length_ = 0; ///< of the whole text, written or not
 };
-
-// --- The conversions of a format ---
-
-enum class Length
-{
-    kNone,
-    kChar,     ///< hh
-    kShort,    ///< h
-    kLong,     ///< l
-    kLongLong, ///< ll
-    kSize,     ///< z
-    kPointer,  ///< t
-    kMax       ///< j
-};
-
-/// A width or precision as the format gives it.
-struct FieldNumber
-{
-    bool isGiven = false;
-    bool isArgument = false; ///< written as *
-    int value = 0;
-};
-
-struct Conversion
-{
-    bool isLeft = false;      ///< flag -
-    bool hasPlus = false;     ///< flag +
-    bool hasBlank = false;    ///< flag blank
-    bool isAlternate = false; ///< flag #
-    bool hasZeros = false;    ///< flag 0
-    FieldNumber width;
-    FieldNumber precision;
-    Length length = Length::kNone;
-    wchar_t type = L'\0';
-};
-
-bool takeFlag(wchar_t character, Conversion& conversion)
-{
-    switch (character)
-    {
-    case L'-': return conversion.isLeft = true;
-    case L'+': return conversion.hasPlus = true;
-    case L' ': return conversion.hasBlank = true;
-    case L'#': return conversion.isAlternate = true;
-    case L'0': return conversion.hasZeros = true;
-    default: return false;
-    }
-}
-
-/// Reads digits or a *, if there are any, and saturates.
-FieldNumber takeFieldNumber(const wchar_t*& at)
-{
-    FieldNumber number;
-    if (*at == L'*')
-    {
-        ++at;
-        number.isGiven = true;
-        number.isArgument = true;
-        return number;
-    }
-    std::int64_t value = 0;
-    for (; *at >= L'0' && *at <= L'9'; ++at)
-    {
-        value = std::min<std::int64_t>(value * 10 + (*at - L'0'), INT_MAX);
-        number.isGiven = true;
-    }
-    number.value = static_cast<int>(value);
-    return number;
-}
-
-Length takeLength(const wchar_t*& at)
-{
-    const wchar_t letter = *at;
-    const bool isDouble = (letter == L'h' || letter == L'l') && at[1] == letter;
-    switch (letter)
-    {
-    case L'h': at += isDouble ? 2 : 1; return isDouble ? Length::kChar : Length::kShort;
-    case L'l': at += isDouble ? 2 : 1; return isDouble ? Length::kLongLong : Length::kLong;
-    case L'z': ++at; return Length::kSize;
-    case L't': ++at; return Length::kPointer;
-    case L'j': ++at; return Length::kMax;
-    default: return Length::kNone;
-    }
-}
-
-bool isOneOf(wchar_t character, std::wstring_view set)
-{
-    return set.find(character) != std::wstring_view::npos;
-}
-
-bool isKnown(const Conversion& conversion)
-{
-    const Length length = conversion.length;
-    if (isOneOf(conversion.type, L"diuxXo"))
-        return true;
-    if (isOneOf(conversion.type, L"cfFeEgGaA"))
-        return length == Length::kNone || length == Length::kLong;
-    if (conversion.type == L's')
-        return length == Length::kNone || length == Length::kLong || length == Length::kShort;
-    return conversion.type == L'p' && length == Length::kNone;
-}
-
-/// Reads what follows a %. No argument is read yet: an unknown conversion takes none.
-/// @param at  moved to the conversion's letter, which may be the end of the format.
-Conversion takeConversion(const wchar_t*& at)
-{
-    Conversion conversion;
-    while (takeFlag(*at, conversion))
-        ++at;
-    conversion.width = takeFieldNumber(at);
-    if (*at == L'.')
-    {
-        ++at;
-        conversion.precision = takeFieldNumber(at);
-        conversion.precision.isGiven = true; // a point alone is a precision of 0
-    }
-    conversion.length = takeLength(at);
-    conversion.type = *at;
-    return conversion;
-}
 
 // --- Formatting ---
 
@@ -255,7 +136,7 @@ std::size_t Formatter::format(const wchar_t* format)
             writer_.put(*format++);
             continue;
         }
-        const Conversion conversion = takeConversion(format);
+        const Conversion conversion = takeConversion(format); // and no argument yet: an unknown one takes none
         if (isKnown(conversion))
         {
             convert(conversion);
@@ -542,44 +423,66 @@ FloatStyle styleOf(const Conversion& conversion, double magnitude)
     return {std::chars_format::scientific, digits - 1, true};
 }
 
+/// The characters of a finite number without its sign: mantissa and exponent, the latter empty for %f.
+class FloatText
+{
+public:
+    FloatText(double magnitude, const FloatStyle& style, bool isShortest)
+    {
+        char* const last = std::end(buffer_) - 1; // leaves room for a point
+        const int precision = std::min(style.precision, kMaxFractionDigits);
+        end_ = isShortest ? std::to_chars(buffer_, last, magnitude, style.format).ptr
+                          : std::to_chars(buffer_, last, magnitude, style.format, precision).ptr;
+        exponent_ = std::find(buffer_, end_, style.format == std::chars_format::hex ? 'p' : 'e');
+        if (style.keepsZeros && !isShortest)
+            zeros_ = static_cast<std::size_t>(style.precision - precision);
+    }
+
+    /// Ends the mantissa with a point if it has none.
+    void addPoint()
+    {
+        if (std::find(buffer_, exponent_, '.') != exponent_)
+            return;
+        std::copy_backward(exponent_, end_, end_ + 1);
+        *exponent_++ = '.';
+        ++end_;
+    }
+
+    void toUpperCase() { makeUpperCase(buffer_, end_); }
+
+    [[nodiscard]] std::string_view mantissa() const { return viewOf(buffer_, exponent_); }
+    [[nodiscard]] std::string_view exponent() const { return viewOf(exponent_, end_); }
+
+    /// Zeros that belong between the two.
+    [[nodiscard]] std::size_t zeros() const { return zeros_; }
+
+private:
+    static constexpr int kMaxIntegerDigits = 309;
+    static constexpr int kPointAndExponent = 8;
+
+    char buffer_[kMaxIntegerDigits + kMaxFractionDigits + kPointAndExponent];
+    char* exponent_;
+    char* end_;
+    std::size_t zeros_ = 0;
+};
+
 void Formatter::writeFloat(const Conversion& conversion, std::string_view sign, double magnitude)
 {
     const FloatStyle style = styleOf(conversion, magnitude);
     const bool isHex = style.format == std::chars_format::hex;
-    const bool isShortest = isHex && !conversion.precision.isGiven;
+    const bool isUpper = isOneOf(conversion.type, L"FEGA");
+
+    FloatText text(magnitude, style, isHex && !conversion.precision.isGiven);
+    if (conversion.isAlternate)
+        text.addPoint();
+    if (isUpper)
+        text.toUpperCase();
 
     char prefix[3]; // sign and 0x
     char* prefixEnd = std::copy(sign.begin(), sign.end(), prefix);
     if (isHex)
-        prefixEnd = std::copy_n("0x", 2, prefixEnd);
-
-    constexpr int kMaxIntegerDigits = 309;
-    constexpr int kPointAndExponent = 8;
-    char buffer[kMaxIntegerDigits + kMaxFractionDigits + kPointAndExponent];
-    char* const last = std::end(buffer) - 1; // leaves room for a point
-    const int precision = std::min(style.precision, kMaxFractionDigits);
-    char* end = isShortest ? std::to_chars(buffer, last, magnitude, style.format).ptr
-                           : std::to_chars(buffer, last, magnitude, style.format, precision).ptr;
-    char* exponent = std::find(buffer, end, isHex ? 'p' : 'e');
-    if (conversion.isAlternate && std::find(buffer, exponent, '.') == exponent)
-    {
-        std::copy_backward(exponent, end, end + 1);
-        *exponent++ = '.';
-        ++end;
-    }
-    if (isOneOf(conversion.type, L"FEGA"))
-    {
-        makeUpperCase(prefix, prefixEnd);
-        makeUpperCase(buffer, end);
-    }
-
-    NumberParts parts;
-    parts.prefix = viewOf(prefix, prefixEnd);
-    parts.head = viewOf(buffer, exponent);
-    if (style.keepsZeros && !isShortest)
-        parts.zeros = static_cast<std::size_t>(style.precision - precision);
-    parts.tail = viewOf(exponent, end);
-    writeNumber(conversion, parts, true);
+        prefixEnd = std::copy_n(isUpper ? "0X" : "0x", 2, prefixEnd);
+    writeNumber(conversion, {viewOf(prefix, prefixEnd), text.mantissa(), text.zeros(), text.exponent()}, true);
 }
 
 } // namespace

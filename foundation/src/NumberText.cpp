@@ -50,8 +50,8 @@ private:
 /// Enough to decide the rounding of every double: the point halfway between two has at most 767 significant digits.
 constexpr std::size_t kMaxDigits = 780;
 
-/// Where a written exponent stops growing: no text in memory is long enough to bring it back into range, and neither the
-/// next digit nor the length of a text overflows it.
+/// Where a written exponent stops growing: no text in memory is long enough to bring it back into range, and neither
+/// the next digit nor the length of a text overflows it.
 constexpr std::int64_t kMaxExponent = std::int64_t{1} << 58;
 
 /// A decimal number as it is read: 0.DIGITS x 10^exponent, without leading zeros.
@@ -104,6 +104,11 @@ double Decimal::value()
     char* end = digits_ + count_;
     if (isCut_)
         *end++ = '1'; // stands for all that was cut: enough to tell a number above the halfway point from one on it
+    // At least that many digits, so that std::from_chars goes its exact way: a shorter number it may multiply in
+    // floating point, which rounds twice where the processor computes with more digits than a double has.
+    constexpr std::size_t kExactDigits = 20;
+    while (end < digits_ + kExactDigits)
+        *end++ = '0';
     const std::int64_t exponent = exponent_ - (end - digits_);
     *end++ = 'e';
     end = std::to_chars(end, std::end(digits_), exponent).ptr;

@@ -1,13 +1,13 @@
 #include <kqx/String.h>
 
+#include <kqtl/Alloc.h>
+#include <kqx/Utf16.h>
+
 #include <algorithm>
 #include <cstring>
 #include <new>
 #include <stdexcept>
 #include <utility>
-
-#include <kqtl/Alloc.h>
-#include <kqx/Utf16.h>
 
 namespace kqx {
 
@@ -20,8 +20,9 @@ void moveCharacters(wchar_t* to, const wchar_t* from, std::size_t characters) no
         std::memmove(to, from, characters * sizeof(wchar_t));
 }
 
-/// The unit at @p index as a number that sorts as the character that it belongs to. wchar_t is signed on some platforms;
-/// and where it has 16 bits, the halves of a pair are smaller than U+E000 to U+FFFF but belong to a larger character.
+/// The unit at @p index as a number that sorts as the character that it belongs to. wchar_t is signed on some
+/// platforms; and where it has 16 bits, the halves of a pair are smaller than U+E000 to U+FFFF but belong to a larger
+/// character.
 std::uint32_t sortValue(std::wstring_view text, std::size_t index)
 {
     const std::uint32_t unit = static_cast<std::uint32_t>(text[index]);

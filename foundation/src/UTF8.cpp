@@ -1,8 +1,8 @@
 #include <kqx/UTF8.h>
 
-#include <cstdint>
-
 #include <kqx/Utf16.h>
+
+#include <cstdint>
 
 namespace kqx {
 
@@ -53,8 +53,8 @@ void encode(char32_t character, Sink& sink)
     }
 }
 
-/// What may follow a first byte. The second byte's range is where overlong forms, surrogates and values above U+10FFFF are
-/// told apart; the bytes after it are 80 to BF (the Unicode Standard, table 3-7).
+/// What may follow a first byte. The second byte's range is where overlong forms, surrogates and values above U+10FFFF
+/// are told apart; the bytes after it are 80 to BF (the Unicode Standard, table 3-7).
 struct Lead
 {
     int continuations; ///< 0 for a byte that starts no longer sequence

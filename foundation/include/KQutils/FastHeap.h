@@ -1,16 +1,16 @@
 #pragma once
 
-#include <cstddef>
-
 #include <kqtl/Export.h>
+
+#include <cstddef>
 
 namespace KQutils {
 
 /// An arena: many small allocations that live and die together, as the records of one undo item do. An allocation is a
 /// few instructions, none is freed by itself, and the destructor frees all of them at once. It runs no destructors.
-/// Memory comes from KQTLAlloc() in chunks that double from 1 KiB to 64 KiB, none before the first allocation; a request
-/// that is large for a chunk, or aligned more strictly than any value of the library, gets a chunk of its own, so that
-/// leaving the end of a full-sized chunk unused never wastes more than a quarter of it.
+/// Memory comes from KQTLAlloc() in chunks that double from 1 KiB to 64 KiB, none before the first allocation; a
+/// request that is large for a chunk, or aligned more strictly than any value of the library, gets a chunk of its own,
+/// so that leaving the end of a full-sized chunk unused never wastes more than a quarter of it.
 /// Threads: one heap belongs to one thread.
 class KQ_API FastHeap
 {
@@ -20,8 +20,8 @@ public:
     FastHeap& operator=(const FastHeap&) = delete;
     ~FastHeap();
 
-    /// Allocates @p bytes, not initialised, at a multiple of @p alignment. A request for zero bytes takes one, so that its
-    /// address is its own.
+    /// Allocates @p bytes, not initialised, at a multiple of @p alignment. A request for zero bytes takes one, so that
+    /// its address is its own.
     /// @param alignment  a power of two.
     /// @return the block, valid until this heap is destroyed; null, with nothing changed, when memory is out and when
     ///         @p alignment is not a power of two.

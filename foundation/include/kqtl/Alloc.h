@@ -1,15 +1,15 @@
 #pragma once
 
-#include <cstddef>
-
 #include <kqtl/Export.h>
+
+#include <cstddef>
 
 /// @file
 /// The heap under every container of the foundation and every block of the database.
 ///
 /// One pair of functions, so that a block that one side of a library boundary allocates is freed by the same runtime,
-/// and one hook, so that a host can hold the library to a memory budget. Nothing here throws; the containers turn a null
-/// block into std::bad_alloc where their interface cannot report it otherwise.
+/// and one hook, so that a host can hold the library to a memory budget. Nothing here throws; the containers turn a
+/// null block into std::bad_alloc where their interface cannot report it otherwise.
 /// Threads: as safe as the platform's heap, except for KQTLSetAllocHook().
 
 /// Allocates @p bytes at an address that is a multiple of @p alignment. The block is not initialised.

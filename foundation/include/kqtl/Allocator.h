@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstddef>
-
 #include <kqtl/Export.h>
+
+#include <cstddef>
 
 namespace kqtl {
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <kqtl/Allocator.h>
+
 #include <algorithm>
 #include <cassert>
 #include <cstddef>
@@ -11,8 +13,6 @@
 #include <stdexcept>
 #include <type_traits>
 #include <utility>
-
-#include <kqtl/Allocator.h>
 
 namespace kqtl {
 

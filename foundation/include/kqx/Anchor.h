@@ -1,8 +1,8 @@
 #pragma once
 
-#include <type_traits>
-
 #include <kqtl/Export.h>
+
+#include <type_traits>
 
 namespace kqx {
 
@@ -38,8 +38,8 @@ private:
 };
 
 /// Base of objects that hosts keep weak handles to: a handle knows when its object is gone.
-/// One pointer wide, without virtual functions: the head of a list that runs through the handles themselves, so a handle
-/// costs no allocation. Handles stay with the object at its address: copying or assigning an object copies none.
+/// One pointer wide, without virtual functions: the head of a list that runs through the handles themselves, so a
+/// handle costs no allocation. Handles stay with the object at its address: copying or assigning an object copies none.
 /// Threads: an object and its handles belong to one thread.
 class KQ_API Anchor
 {

@@ -1,5 +1,12 @@
 #pragma once
 
+#include <kqtl/Alloc.h>
+#include <kqx/Colour.h>
+#include <kqx/Matrix.h>
+#include <kqx/Quat.h>
+#include <kqx/String.h>
+#include <kqx/Vector3.h>
+
 #include <algorithm>
 #include <cassert>
 #include <cstddef>
@@ -13,25 +20,18 @@
 #include <type_traits>
 #include <utility>
 
-#include <kqtl/Alloc.h>
-#include <kqx/Colour.h>
-#include <kqx/Matrix.h>
-#include <kqx/Quat.h>
-#include <kqx/String.h>
-#include <kqx/Vector3.h>
-
 namespace kqx {
 
 /// The array value types of the database: contiguous elements at their own alignment, with the names and meanings of
 /// std::vector. Array<bool> is an ordinary one: a byte an element, and data() is a bool*.
 ///
-/// One pointer wide, because the database holds very many and most are empty: null without elements, otherwise the
-/// elements in a heap block whose header stands before them. An empty array owns no heap memory: one that becomes empty,
+/// One pointer wide, because the database holds very many and most are empty: null without elements, otherwise a heap
+/// block that starts with a header, the elements behind it. An empty array owns no heap memory: one that becomes empty,
 /// in whatever way, frees its block, which std::vector would keep; only reserve() takes memory for elements to come.
 /// Trivially relocatable: it may be moved as raw bytes if the old place is then forgotten.
 ///
-/// Failures, in every member that makes the array larger: std::length_error beyond max_size(), std::bad_alloc when memory
-/// is out; the array is unchanged in both cases. Arguments may be elements of the array itself.
+/// Failures, in every member that makes the array larger: std::length_error beyond max_size(), std::bad_alloc when
+/// memory is out; the array is unchanged in both cases. Arguments may be elements of the array itself.
 /// Cost: as std::vector; construction and assignment allocate exactly what they need, growth doubles.
 /// Threads: like any value.
 template <class T>
@@ -62,7 +62,7 @@ public:
     }
 
     Array(const Array& other) { append(other.begin(), other.end()); }
-    Array(Array&& other) noexcept : elements_(std::exchange(other.elements_, nullptr)) {}
+    Array(Array&& other) noexcept : block_(std::exchange(other.block_, nullptr)) {}
     ~Array() { releaseAll(); }
 
     /// Reuses the block when it is large enough and copying an element cannot fail.
@@ -87,8 +87,8 @@ public:
 
     // --- Size ---
 
-    [[nodiscard]] size_type size() const noexcept { return elements_ != nullptr ? header().size : 0; }
-    [[nodiscard]] size_type capacity() const noexcept { return elements_ != nullptr ? header().capacity : 0; }
+    [[nodiscard]] size_type size() const noexcept { return block_ != nullptr ? block_->size : 0; }
+    [[nodiscard]] size_type capacity() const noexcept { return block_ != nullptr ? block_->capacity : 0; }
     [[nodiscard]] bool empty() const noexcept { return size() == 0; }
     [[nodiscard]] static constexpr size_type max_size() noexcept { return (PTRDIFF_MAX - kHeaderBytes) / sizeof(T); }
 
@@ -121,19 +121,19 @@ public:
     // --- Access: indices and iterators must be in range ---
 
     /// Null while the array has no memory.
-    [[nodiscard]] T* data() noexcept { return elements_; }
-    [[nodiscard]] const T* data() const noexcept { return elements_; }
+    [[nodiscard]] T* data() noexcept { return block_ != nullptr ? elementsOf(block_) : nullptr; }
+    [[nodiscard]] const T* data() const noexcept { return block_ != nullptr ? elementsOf(block_) : nullptr; }
 
     [[nodiscard]] T& operator[](size_type index) noexcept
     {
         assert(index < size());
-        return elements_[index];
+        return elementsOf(block_)[index];
     }
 
     [[nodiscard]] const T& operator[](size_type index) const noexcept
     {
         assert(index < size());
-        return elements_[index];
+        return elementsOf(block_)[index];
     }
 
     [[nodiscard]] T& front() noexcept { return (*this)[0]; }
@@ -141,10 +141,10 @@ public:
     [[nodiscard]] T& back() noexcept { return (*this)[size() - 1]; }
     [[nodiscard]] const T& back() const noexcept { return (*this)[size() - 1]; }
 
-    [[nodiscard]] iterator begin() noexcept { return elements_; }
-    [[nodiscard]] const_iterator begin() const noexcept { return elements_; }
-    [[nodiscard]] iterator end() noexcept { return elements_ + size(); }
-    [[nodiscard]] const_iterator end() const noexcept { return elements_ + size(); }
+    [[nodiscard]] iterator begin() noexcept { return data(); }
+    [[nodiscard]] const_iterator begin() const noexcept { return data(); }
+    [[nodiscard]] iterator end() noexcept { return data() + size(); }
+    [[nodiscard]] const_iterator end() const noexcept { return data() + size(); }
 
     // --- Edits ---
 
@@ -202,13 +202,13 @@ public:
         assert(count <= size() - index);
         if (count > 0) // a move onto itself would empty a String
         {
-            std::move(elements_ + index + count, end(), elements_ + index);
+            std::move(begin() + index + count, end(), begin() + index);
             shrink(size() - count);
         }
-        return elements_ != nullptr ? elements_ + index : nullptr;
+        return begin() + index;
     }
 
-    void swap(Array& other) noexcept { std::swap(elements_, other.elements_); }
+    void swap(Array& other) noexcept { std::swap(block_, other.block_); }
 
     // --- Comparison: sizes first, then element by element, so an array with a NaN in it is unequal to itself ---
 
@@ -218,7 +218,7 @@ public:
     }
 
 private:
-    /// Stands before the elements, at the start of the heap block, and is padded to the elements' alignment.
+    /// Starts the heap block, padded to the elements' alignment.
     struct Header
     {
         size_type size;
@@ -228,77 +228,66 @@ private:
     static constexpr std::size_t kAlignment = std::max(alignof(T), alignof(Header));
     static constexpr std::size_t kHeaderBytes = (sizeof(Header) + alignof(T) - 1) / alignof(T) * alignof(T);
 
-    [[nodiscard]] static Header& headerOf(T* elements) noexcept
+    [[nodiscard]] static T* elementsOf(Header* block) noexcept
     {
-        // Through char: the block starts kHeaderBytes before the elements, and its header at its start.
-        return *static_cast<Header*>(
-            static_cast<void*>(static_cast<char*>(static_cast<void*>(elements)) - kHeaderBytes));
+        return static_cast<T*>(static_cast<void*>(static_cast<char*>(static_cast<void*>(block)) + kHeaderBytes));
     }
-
-    [[nodiscard]] Header& header() const noexcept { return headerOf(elements_); }
 
     [[nodiscard]] size_type indexOf(const_iterator position) const noexcept
     {
-        const size_type index = static_cast<size_type>(position - elements_);
+        const size_type index = static_cast<size_type>(position - data());
         assert(index <= size());
         return index;
     }
 
     /// A block without elements that holds @p capacity of them.
-    [[nodiscard]] static T* allocate(size_type capacity)
+    [[nodiscard]] static Header* allocate(size_type capacity)
     {
         if (capacity > max_size())
             throw std::length_error("kqx::Array");
         void* const block = KQTLAlloc(kHeaderBytes + capacity * sizeof(T), kAlignment);
         if (block == nullptr)
             throw std::bad_alloc();
-        ::new (block) Header{0, capacity};
-        return static_cast<T*>(static_cast<void*>(static_cast<char*>(block) + kHeaderBytes));
+        return ::new (block) Header{0, capacity};
     }
 
-    /// Frees a block that holds no element any more.
-    static void release(T* elements) noexcept
-    {
-        if (elements != nullptr)
-            KQTLFree(&headerOf(elements));
-    }
-
+    /// Destroys all elements and frees the block.
     void releaseAll() noexcept
     {
         std::destroy(begin(), end());
-        release(elements_);
+        KQTLFree(block_);
     }
 
     void shrink(size_type size) noexcept
     {
-        if (elements_ == nullptr)
+        if (block_ == nullptr)
             return;
         if (size == 0)
         {
             releaseAll();
-            elements_ = nullptr;
+            block_ = nullptr;
             return;
         }
-        std::destroy(elements_ + size, end());
-        header().size = size;
+        std::destroy(begin() + size, end());
+        block_->size = size;
     }
 
     /// Moves the elements to @p block, which must hold them all and has none, and frees the old block.
-    void moveTo(T* block) noexcept
+    void moveTo(Header* block) noexcept
     {
         const size_type count = size();
         if constexpr (std::is_trivially_copyable_v<T>)
         {
             if (count > 0)
-                std::memcpy(static_cast<void*>(block), elements_, count * sizeof(T));
+                std::memcpy(static_cast<void*>(elementsOf(block)), data(), count * sizeof(T));
         }
         else
         {
-            std::uninitialized_move(begin(), end(), block);
+            std::uninitialized_move(begin(), end(), elementsOf(block));
             std::destroy(begin(), end());
         }
-        headerOf(block).size = count;
-        release(std::exchange(elements_, block));
+        block->size = count;
+        KQTLFree(std::exchange(block_, block));
     }
 
     [[nodiscard]] size_type grownCapacity(size_type extra) const
@@ -314,27 +303,28 @@ private:
     template <class Construct>
     void grow(size_type extra, Construct construct)
     {
+        if (extra == 0)
+            return;
         const size_type count = size();
         if (extra <= capacity() - count)
         {
-            if (extra == 0)
-                return;
-            construct(elements_ + count, elements_ + count + extra);
-            header().size += extra;
-            return;
+            construct(end(), end() + extra);
         }
-        T* const block = allocate(grownCapacity(extra));
-        try
+        else
         {
-            construct(block + count, block + count + extra);
+            Header* const block = allocate(grownCapacity(extra));
+            try
+            {
+                construct(elementsOf(block) + count, elementsOf(block) + count + extra);
+            }
+            catch (...)
+            {
+                KQTLFree(block);
+                throw;
+            }
+            moveTo(block);
         }
-        catch (...)
-        {
-            release(block);
-            throw;
-        }
-        moveTo(block);
-        header().size += extra;
+        block_->size = count + extra;
     }
 
     void appendCopies(size_type count, const T& value)
@@ -356,10 +346,8 @@ private:
         const size_type index = indexOf(position);
         const size_type oldSize = size();
         appendElements();
-        if (size() == oldSize)
-            return elements_ != nullptr ? elements_ + index : nullptr;
-        std::rotate(elements_ + index, elements_ + oldSize, end());
-        return elements_ + index;
+        std::rotate(begin() + index, begin() + oldSize, end());
+        return begin() + index;
     }
 
     template <class Iterator>
@@ -370,15 +358,15 @@ private:
         {
             if (count > 0 && count <= capacity())
             {
-                std::copy(first, last, elements_);
-                header().size = count;
+                std::copy(first, last, begin());
+                block_->size = count;
                 return;
             }
         }
         Array(first, last).swap(*this);
     }
 
-    T* elements_ = nullptr; ///< the elements behind their header; null when there is no block
+    Header* block_ = nullptr; ///< the elements follow it; owned, null when there is none
 };
 
 using IntArray = Array<int>;

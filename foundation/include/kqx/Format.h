@@ -1,16 +1,16 @@
 #pragma once
 
+#include <kqtl/Export.h>
+
 #include <cstdarg>
 #include <cstddef>
-
-#include <kqtl/Export.h>
 
 namespace kqx {
 
 /// @file
-/// printf for wide text, alike on every platform and in every locale. The platforms' own functions disagree on %s, ask the
-/// locale for the decimal point and may refuse or misread a conversion that they do not know, which fixed message texts
-/// hold ("duplicate module '%'").
+/// printf for wide text, alike on every platform and in every locale. The platforms' own functions disagree on %s, ask
+/// the locale for the decimal point and may refuse or misread a conversion that they do not know, which fixed message
+/// texts hold ("duplicate module '%'").
 ///
 /// Conversions: d i u x X o c s p f F e E g G a A and %%; flags "-+ #0"; width and precision, also as *; lengths hh h l
 /// ll z t j for integers. They mean what they mean to printf, and

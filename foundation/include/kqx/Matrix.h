@@ -1,8 +1,8 @@
 #pragma once
 
-#include <type_traits>
-
 #include <kqx/Tolerance.h>
+
+#include <type_traits>
 
 namespace kqx {
 
@@ -26,7 +26,7 @@ struct alignas(16) Matrix
     }
 
     /// True when each component differs by @p tolerance or less; false with a NaN in either.
-    [[nodiscard]] constexpr bool compare(const Matrix& other, float tolerance) const noexcept
+    [[nodiscard]] bool compare(const Matrix& other, float tolerance) const noexcept
     {
         return allOf(other, [tolerance](float x, float y) { return isWithin(x, y, tolerance); });
     }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <type_traits>
-
 #include <kqx/Tolerance.h>
+
+#include <type_traits>
 
 namespace kqx {
 
@@ -31,7 +31,7 @@ struct alignas(16) Quat
     }
 
     /// True when each component differs by @p tolerance or less; false with a NaN in either.
-    [[nodiscard]] constexpr bool compare(const Quat& other, float tolerance) const noexcept
+    [[nodiscard]] bool compare(const Quat& other, float tolerance) const noexcept
     {
         return isWithin(x, other.x, tolerance) && isWithin(y, other.y, tolerance) && isWithin(z, other.z, tolerance) &&
                isWithin(w, other.w, tolerance);

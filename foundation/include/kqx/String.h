@@ -1,10 +1,10 @@
 #pragma once
 
+#include <kqtl/Export.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
-
-#include <kqtl/Export.h>
 
 namespace kqx {
 
@@ -12,11 +12,11 @@ namespace kqx {
 /// characters, which only c_str() readers take for the end.
 ///
 /// One pointer wide, because the database holds very many and most are empty: null without text, otherwise the
-/// characters in a heap block whose header stands before them. An empty String owns no heap memory, unless reserve() took
-/// some for text to come. Trivially relocatable: it may be moved as raw bytes if the old place is then forgotten.
+/// characters in a heap block whose header stands before them. An empty String owns no heap memory, unless reserve()
+/// took some for text to come. Trivially relocatable: it may be moved as raw bytes if the old place is then forgotten.
 ///
-/// Failures, in every member that takes text: std::length_error beyond max_size() characters, std::bad_alloc when memory
-/// is out; the String is unchanged in both cases. Text handed in may be part of the String itself.
+/// Failures, in every member that takes text: std::length_error beyond max_size() characters, std::bad_alloc when
+/// memory is out; the String is unchanged in both cases. Text handed in may be part of the String itself.
 /// Cost: construction and assignment allocate exactly what the text needs (assignment reuses a block that is large
 /// enough), appending doubles the block. No member depends on the locale. Threads: like any value.
 class KQ_API String

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <chrono>
-
 #include <kqtl/Export.h>
+
+#include <chrono>
 
 namespace kqx {
 

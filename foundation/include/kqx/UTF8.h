@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstddef>
-
 #include <kqtl/Export.h>
+
+#include <cstddef>
 
 namespace kqx {
 
@@ -26,9 +26,10 @@ KQ_API std::size_t UTF8FromUCS2(const wchar_t* text, std::size_t characters, cha
 /// @param text  may hold null characters; may be null when @p bytes is 0.
 [[nodiscard]] KQ_API std::size_t UCS2LengthFromUTF8(const char* text, std::size_t bytes) noexcept;
 
-/// Writes the platform's wide form of UTF-8: a character above U+FFFF becomes a surrogate pair where wchar_t has 16 bits
-/// and one unit where it has 32. Malformed input (overlong forms, surrogates, values above U+10FFFF, cut sequences, stray
-/// bytes) becomes one U+FFFD for each maximal ill-formed subsequence, as the Unicode Standard recommends in chapter 3.9.
+/// Writes the platform's wide form of UTF-8: a character above U+FFFF becomes a surrogate pair where wchar_t has 16
+/// bits and one unit where it has 32. Malformed input (overlong forms, surrogates, values above U+10FFFF, cut
+/// sequences, stray bytes) becomes one U+FFFD for each maximal ill-formed subsequence, as the Unicode Standard
+/// recommends in chapter 3.9.
 /// @param out  room for UCS2LengthFromUTF8() characters; no null character is written behind them.
 /// @return the number of wide characters written.
 KQ_API std::size_t UCS2FromUTF8(const char* text, std::size_t bytes, wchar_t* out) noexcept;

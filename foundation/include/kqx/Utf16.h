@@ -6,8 +6,8 @@
 namespace kqx {
 
 /// @file
-/// The UTF-16 form of the platform's wide text: what is hashed and what 16-bit streams hold, so that a name hashes alike
-/// and a file reads alike whatever the size of wchar_t.
+/// The UTF-16 form of the platform's wide text: what is hashed and what 16-bit streams hold, so that a name hashes
+/// alike and a file reads alike whatever the size of wchar_t.
 
 /// True for the first half of a surrogate pair; false for what is no 16-bit unit.
 [[nodiscard]] constexpr bool isHighSurrogate(std::uint32_t unit) noexcept
@@ -21,8 +21,9 @@ namespace kqx {
     return (unit & 0xFFFFFC00u) == 0xDC00u;
 }
 
-/// Hands each 16-bit unit of @p text to @p sink, in order. Where wchar_t has 32 bits, a character above U+FFFF gives its
-/// surrogate pair and a value beyond U+10FFFF gives U+FFFD; everything else passes as it stands, unpaired surrogates too.
+/// Hands each 16-bit unit of @p text to @p sink, in order. Where wchar_t has 32 bits, a character above U+FFFF gives
+/// its surrogate pair and a value beyond U+10FFFF gives U+FFFD; everything else passes as it stands, unpaired
+/// surrogates too.
 /// @param text  may hold null characters; may be null when @p characters is 0.
 /// @param sink  called with a std::uint16_t.
 template <class Sink>

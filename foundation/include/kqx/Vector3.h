@@ -1,13 +1,13 @@
 #pragma once
 
-#include <type_traits>
-
 #include <kqx/Tolerance.h>
+
+#include <type_traits>
 
 namespace kqx {
 
-/// A point or direction. The fourth component pads the value to 16 bytes; it is stored, copied, compared and printed
-/// like the others, so that equal values are equal bit for bit, and is 0 unless somebody sets it.
+/// A point or direction. The fourth component pads the value to 16 bytes, 0 unless somebody sets it; it is stored,
+/// copied, compared and printed like the others.
 struct alignas(16) Vector3
 {
     float x;
@@ -29,7 +29,7 @@ struct alignas(16) Vector3
     }
 
     /// True when each of the four components differs by @p tolerance or less; false with a NaN in either.
-    [[nodiscard]] constexpr bool compare(const Vector3& other, float tolerance) const noexcept
+    [[nodiscard]] bool compare(const Vector3& other, float tolerance) const noexcept
     {
         return isWithin(x, other.x, tolerance) && isWithin(y, other.y, tolerance) && isWithin(z, other.z, tolerance) &&
                isWithin(w, other.w, tolerance);

@@ -1,15 +1,15 @@
 #pragma once
 
-#include <cstddef>
-
 #include <kqtl/Export.h>
 #include <kqx/Array.h>
 #include <kqx/String.h>
 
+#include <cstddef>
+
 namespace kqx {
 
-/// Named streams of floats, one for each property of a mesh's vertices: positions, normals, texture coordinates. It does
-/// not know the number of vertices: each stream's data says it, and the host keeps the streams in step.
+/// Named streams of floats, one for each property of a mesh's vertices: positions, normals, texture coordinates. It
+/// does not know the number of vertices: each stream's data says it, and the host keeps the streams in step.
 /// One pointer wide, deep in copies, trivially relocatable; an empty one owns no heap memory.
 /// Failures: as String and Array, std::length_error and std::bad_alloc with nothing changed. Threads: like any value.
 class KQ_API VertexBuffer
