@@ -3,6 +3,7 @@
 #include <db2/Flags.h>
 
 #include "ModuleTable.h"
+#include "OutOfMemory.h"
 #include "platform/SystemError.h"
 
 #include <kqtl/Alloc.h>
@@ -63,8 +64,8 @@ bool logWithSystemError(const SystemError& error)
     auto* const line = static_cast<wchar_t*>(KQTLAlloc(capacity * sizeof(wchar_t), alignof(wchar_t)));
     if (line == nullptr)
         return false;
-    const std::size_t needed = kqx::formatTextOf(line, capacity, L"%s failed with error %d: %s", g_logText, error.code,
-                                                 error.text.c_str());
+    const std::size_t needed =
+        kqx::formatTextOf(line, capacity, L"%s failed with error %d: %s", g_logText, error.code, error.text.c_str());
     const bool fits = needed < capacity;
     if (fits)
         g_logger->log(kError, line);
@@ -153,7 +154,8 @@ bool logLastWindowsError(const wchar_t* format, ...)
     error.code = lastSystemErrorCode(); // read first: what follows may replace it
     if (error.code == 0)
         return true;
-    if (!systemErrorText(error.code, error.text))
+    bool hasText = false;
+    if (!succeeds([&] { hasText = systemErrorText(error.code, error.text); }) || !hasText)
         return false;
     std::va_list arguments;
     va_start(arguments, format);
@@ -168,7 +170,10 @@ void setProductVersion(const wchar_t* version)
 {
     if (version == nullptr || *version == L'\0')
         logError(L"Product version must be supplied to initLibrary()");
-    productVersion() = version;
+    if (succeeds([version] { productVersion() = version; }))
+        return;
+    productVersion().clear();
+    logError(L"Out of memory while storing the product version");
 }
 
 const kqx::String& getProductVersion()

@@ -1,12 +1,15 @@
 #include <db2/Module.h>
 
-#include "ModuleTable.h"
-
 #include <db2/Library.h>
 #include <db2/Migrator.h>
 #include <db2/NameHash.h>
 #include <db2/UIntHashMap.h>
 
+#include "ModuleTable.h"
+#include "OutOfMemory.h"
+
+#include <algorithm>
+#include <memory>
 #include <new>
 
 namespace db2 {
@@ -16,9 +19,12 @@ constexpr unsigned int kModuleTableCapacity = 32;
 constexpr unsigned int kKQDatabase1DataVersion = 2;
 constexpr unsigned int kFirstMigratedVersion = 2; // version 1 is the first there is, so nothing leads to it
 
-UIntHashMap* g_modules = nullptr; ///< id hash to Module*; null while the library is not running
+UIntHashMap* g_modules = nullptr;         ///< id hash to Module*; null while the library is not running
 unsigned int g_nextRegistrationOrder = 0; ///< never reused, not even after termLibrary()
 Module* g_kqDatabase1Module = nullptr;
+
+/// Of migrator slots, for searches by version.
+constexpr auto isBefore = [](const auto& slot, unsigned int version) { return slot.version < version; };
 
 std::uint32_t idHash(const Module& module)
 {
@@ -29,7 +35,7 @@ std::uint32_t idHash(const Module& module)
 
 void createModuleTable()
 {
-    g_modules = new UIntHashMap(kModuleTableCapacity);
+    g_modules = new (std::nothrow) UIntHashMap(kModuleTableCapacity);
 }
 
 void destroyModuleTable()
@@ -62,30 +68,33 @@ Status Module::registerMigrator(Migrator* migrator, unsigned int version)
 
     if (getMigratorForVersion(version) != nullptr)
         return Status::kDuplicateMigrator;
-    try
-    {
-        if (migrators_.size() <= version)
-            migrators_.resize(std::size_t{version} + 1);
-    }
-    catch (const std::exception&) // out of memory, or a version that no vector can reach
-    {
+    if (!reserveOneMore(migrators_))
         return Status::kFailure;
-    }
-    migrators_[version] = migrator;
+    const auto later = std::lower_bound(migrators_.begin(), migrators_.end(), version, isBefore);
+    migrators_.insert(later, MigratorSlot{version, migrator});
+    highestSlot_ = std::max(highestSlot_, version);
     return Status::kSuccess;
 }
 
 Status Module::unregisterMigrator(Migrator* migrator)
 {
-    if (migrator == nullptr || migrator->getVersion() >= migrators_.size())
+    if (migrator == nullptr || highestSlot_ == 0 || migrator->getVersion() > highestSlot_)
         return Status::kFailure;
-    migrators_[migrator->getVersion()] = nullptr;
+    if (MigratorSlot* const slot = findSlot(migrator->getVersion()))
+        migrators_.erase(slot);
     return Status::kSuccess;
+}
+
+Module::MigratorSlot* Module::findSlot(unsigned int version)
+{
+    const auto slot = std::lower_bound(migrators_.begin(), migrators_.end(), version, isBefore);
+    return slot != migrators_.end() && slot->version == version ? slot : nullptr;
 }
 
 Migrator* Module::getMigratorForVersion(unsigned int version) const
 {
-    return version < migrators_.size() ? migrators_[version] : nullptr;
+    const MigratorSlot* const slot = const_cast<Module*>(this)->findSlot(version);
+    return slot != nullptr ? slot->migrator : nullptr;
 }
 
 void Module::getMigratorVersionsToSave(kqx::UIntArray& versions) const
@@ -96,15 +105,13 @@ void Module::getMigratorVersionsToSave(kqx::UIntArray& versions) const
         return;
     }
     versions.clear();
-    // Versions beyond the slots have no migrator, so a data version of any size costs no more than the slots do.
-    const std::size_t slotsInUse = migrators_.size() <= dataVersion_ ? migrators_.size() : std::size_t{dataVersion_} + 1;
-    for (std::size_t version = kFirstMigratedVersion; version < slotsInUse; ++version)
-        if (migrators_[version] != nullptr)
-            versions.push_back(static_cast<unsigned int>(version));
+    for (const MigratorSlot& slot : migrators_)
+        if (slot.version <= dataVersion_)
+            versions.push_back(slot.version);
 
     // A complete chain is what a reader assumes, so it is not listed.
-    const bool complete = dataVersion_ < kFirstMigratedVersion || versions.size() == dataVersion_ - 1;
-    if (complete)
+    const bool isComplete = dataVersion_ < kFirstMigratedVersion || versions.size() == dataVersion_ - 1;
+    if (isComplete)
         versions.clear();
 }
 
@@ -155,13 +162,22 @@ void registerKQDatabase1Module(bool asUnknown)
 {
     if (g_kqDatabase1Module != nullptr)
         return;
-    g_kqDatabase1Module = new Module;
-    g_kqDatabase1Module->setId(getKQDatabase1ModuleId());
+    std::unique_ptr<Module> module;
+    const bool made = succeeds([&] {
+        module.reset(new Module);
+        module->setId(getKQDatabase1ModuleId());
+    });
+    if (!made)
+    {
+        logError(L"Out of memory while making module '%s'", getKQDatabase1ModuleId());
+        return;
+    }
     if (asUnknown)
-        g_kqDatabase1Module->setUnknown(true);
+        module->setUnknown(true);
     else
-        g_kqDatabase1Module->setDataVersion(kKQDatabase1DataVersion);
-    registerModule(g_kqDatabase1Module);
+        module->setDataVersion(kKQDatabase1DataVersion);
+    g_kqDatabase1Module = module.release();
+    registerModule(g_kqDatabase1Module); // the result is ignored: the module is ours whether it is registered or not
 }
 
 void unregisterKQDatabase1Module()

@@ -6,7 +6,10 @@
 #include <db2/NodeTemplate.h>
 #include <db2/ValueInfo.h>
 
+#include <kqx/Format.h>
+
 #include <iostream>
+#include <iterator>
 
 namespace db2 {
 namespace {
@@ -18,13 +21,22 @@ std::uint32_t typeNameHash(const NodeTemplate& nodeTemplate)
     return hashName(nodeTemplate.getTypeName().c_str(), nodeTemplate.getTypeName().size());
 }
 
+/// Writes the end of a line. The digits are plain ones whatever locale the stream has.
+void writeLine(const wchar_t* before, std::size_t bytes, const wchar_t* behind)
+{
+    wchar_t digits[32];
+    kqx::formatTextOf(digits, std::size(digits), L"%zu", bytes);
+    std::wcout << before << digits << behind << std::endl;
+}
+
 } // namespace
 
 NodeRegistry::NodeRegistry() : templatesById_(kRequestedCapacity), templatesByName_(kRequestedCapacity) {}
 
 NodeRegistry::~NodeRegistry()
 {
-    for (unsigned int slot = templatesById_.firstSlot(); slot != UIntHashMap::kNoSlot; slot = templatesById_.nextSlot(slot))
+    for (unsigned int slot = templatesById_.firstSlot(); slot != UIntHashMap::kNoSlot;
+         slot = templatesById_.nextSlot(slot))
         delete static_cast<NodeTemplate*>(templatesById_.valueAt(slot));
 }
 
@@ -89,21 +101,22 @@ const NodeTemplate* NodeRegistry::lookupNodeTemplate(const wchar_t* typeName) co
 
 void NodeRegistry::dumpMemoryRequirements() const
 {
-    std::wcout << L"sizeof(Attribute)        = " << sizeof(Attribute) << std::endl;
-    std::wcout << L"sizeof(Node)             = " << sizeof(Node) << std::endl;
+    writeLine(L"sizeof(Attribute)        = ", sizeof(Attribute), L"");
+    writeLine(L"sizeof(Node)             = ", sizeof(Node), L"");
     std::wcout << std::endl;
     for (unsigned int type = 0; type < kAttributeTypeCount; ++type)
     {
         const auto typeId = static_cast<AttributeTypeId>(type);
-        std::wcout << L"Attribute type '" << ValueInfo::getTypeName(typeId) << L"' requires "
-                   << ValueInfo::getMemoryRequirements(typeId).size << L" bytes" << std::endl;
+        std::wcout << L"Attribute type '" << ValueInfo::getTypeName(typeId);
+        writeLine(L"' requires ", ValueInfo::getMemoryRequirements(typeId).size, L" bytes");
     }
     std::wcout << std::endl;
-    for (unsigned int slot = templatesById_.firstSlot(); slot != UIntHashMap::kNoSlot; slot = templatesById_.nextSlot(slot))
+    for (unsigned int slot = templatesById_.firstSlot(); slot != UIntHashMap::kNoSlot;
+         slot = templatesById_.nextSlot(slot))
     {
         const auto* const nodeTemplate = static_cast<const NodeTemplate*>(templatesById_.valueAt(slot));
-        std::wcout << L"Node type '" << nodeTemplate->getTypeName().c_str() << L"' requires "
-                   << nodeTemplate->getNodeMemoryRequirements().size << L" bytes" << std::endl;
+        std::wcout << L"Node type '" << nodeTemplate->getTypeName().c_str();
+        writeLine(L"' requires ", nodeTemplate->getNodeMemoryRequirements().size, L" bytes");
     }
     std::wcout << std::endl;
 }

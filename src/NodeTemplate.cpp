@@ -4,8 +4,8 @@
 #include <db2/Node.h>
 
 #include "ElementRecords.h"
-#include "OwnedMetaData.h"
 #include "OutOfMemory.h"
+#include "OwnedMetaData.h"
 
 #include <kqtl/Alloc.h>
 
@@ -201,9 +201,10 @@ Status NodeTemplate::addComputeSet(const unsigned int* inputs, const unsigned in
     const auto index = static_cast<unsigned int>(computeSets_.size());
     const auto inputCount = static_cast<unsigned int>(listLength(inputs));
     const auto outputCount = static_cast<unsigned int>(listLength(outputs));
-    const bool made = reserveOneMore(computeSets_) && succeeds([&] {
-        computeSets_.push_back(new ComputeSet(inputs, inputCount, outputs, outputCount, function, userData));
-    });
+    const bool made =
+        reserveOneMore(computeSets_) && succeeds([&] {
+            computeSets_.push_back(new ComputeSet(inputs, inputCount, outputs, outputCount, function, userData));
+        });
     if (!made)
         return Status::kFailure;
     for (const unsigned int* output = outputs; *output != kEndOfList; ++output)
@@ -245,7 +246,8 @@ unsigned int NodeTemplate::findElementByHash(std::uint32_t hash) const
     if (elements_.size() >= kNameIndexFrom)
         return nameIndex_.contains(hash) ? fromIndexValue(nameIndex_.find(hash)) : kEndOfList;
     const auto found = std::find(elementNameHashes_.begin(), elementNameHashes_.end(), hash);
-    return found != elementNameHashes_.end() ? static_cast<unsigned int>(found - elementNameHashes_.begin()) : kEndOfList;
+    return found != elementNameHashes_.end() ? static_cast<unsigned int>(found - elementNameHashes_.begin())
+                                             : kEndOfList;
 }
 
 bool NodeTemplate::isElementNameUnique(const wchar_t* name) const
@@ -271,21 +273,20 @@ void NodeTemplate::removeReference()
 bool NodeTemplate::freeze()
 {
     return succeeds([this] {
+        buildNodeImage(); // unseen, so it may stay when the rest fails
         determineElementAndComputeSetDependencies();
-        buildNodeImage();
     });
 }
 
+/// Changes nothing when it throws: everything is worked out before anything is written.
 void NodeTemplate::determineElementAndComputeSetDependencies()
 {
     using Edge = std::pair<unsigned int, unsigned int>;
     kqx::Array<Edge> setToSet;     // a set that computes an input of another, and the other
     kqx::Array<Edge> elementToSet; // an input, and the set that reads it
-    elementOutputs_.clear();
     for (unsigned int set = 0; set < computeSets_.size(); ++set)
     {
-        ComputeSet& computeSet = *computeSets_[set];
-        computeSet.clearOutputSets();
+        const ComputeSet& computeSet = *computeSets_[set];
         for (unsigned int i = 0; i < computeSet.getInputCount(); ++i)
         {
             const unsigned int input = computeSet.getInputs()[i];
@@ -301,16 +302,24 @@ void NodeTemplate::determineElementAndComputeSetDependencies()
     sortOnce(setToSet);
     sortOnce(elementToSet);
 
+    kqx::Array<kqx::SizeTArray> outputSets;
+    outputSets.resize(computeSets_.size());
     for (const auto& [from, to] : setToSet)
-        computeSets_[from]->addOutputSet(to);
-    for (std::size_t i = 0; i < elementToSet.size();)
+        outputSets[from].push_back(to);
+    kqtl::pod_vector<unsigned int> elementOutputs;
+    for (const auto& [element, set] : elementToSet)
+        elementOutputs.push_back(set);
+
+    for (std::size_t set = 0; set < computeSets_.size(); ++set)
+        computeSets_[set]->setOutputSets(std::move(outputSets[set]));
+    elementOutputs_.swap(elementOutputs);
+    for (std::size_t first = 0, end = 0; first < elementToSet.size(); first = end)
     {
-        const unsigned int element = elementToSet[i].first;
-        const auto firstOutput = static_cast<unsigned int>(elementOutputs_.size());
-        for (; i < elementToSet.size() && elementToSet[i].first == element; ++i)
-            elementOutputs_.push_back(elementToSet[i].second);
-        const auto count = static_cast<unsigned int>(elementOutputs_.size()) - firstOutput;
-        elements_[element]->setOutputComputeSets(firstOutput, count);
+        const unsigned int element = elementToSet[first].first;
+        while (end < elementToSet.size() && elementToSet[end].first == element)
+            ++end;
+        elements_[element]->setOutputComputeSets(static_cast<unsigned int>(first),
+                                                 static_cast<unsigned int>(end - first));
     }
 }
 
@@ -320,8 +329,8 @@ void NodeTemplate::determineElementAndComputeSetDependencies()
 void NodeTemplate::buildNodeImage()
 {
     owningElements_.clear();
-    if (nodeImage_ == nullptr)
-        nodeImage_ = static_cast<std::byte*>(KQTLAlloc(nodeFormat_.size, nodeFormat_.alignment));
+    KQTLFree(nodeImage_); // of a registration that was refused; elements may have come since
+    nodeImage_ = static_cast<std::byte*>(KQTLAlloc(nodeFormat_.size, nodeFormat_.alignment));
     if (nodeImage_ == nullptr)
         throw std::bad_alloc();
     std::memset(nodeImage_, 0, nodeFormat_.size);

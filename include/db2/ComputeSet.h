@@ -38,7 +38,7 @@ public:
     /// registration on.
     [[nodiscard]] const kqx::SizeTArray& getOutputSets() const { return outputSets_; }
     void addOutputSet(unsigned int computeSet) { outputSets_.push_back(computeSet); }
-    void clearOutputSets() { outputSets_.clear(); }
+    void setOutputSets(kqx::SizeTArray&& computeSets) noexcept { outputSets_.swap(computeSets); }
 
 private:
     void* userData_;

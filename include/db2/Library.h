@@ -12,7 +12,8 @@ namespace db2 {
 // --- Start and end ---
 
 /// Starts the library; the host calls it once, before anything else.
-/// Stores the logger and the version and makes an empty module table. After termLibrary() it starts the library again
+/// Stores the logger and the version and makes an empty module table; without memory for the table the module functions
+/// fail as before the start. After termLibrary() it starts the library again
 /// with an empty module table, while the counters go on; called twice without, it loses the first table.
 /// @param logger          receives all messages; not owned; null discards them.
 /// @param productVersion  the host's version text, written into saved files; null or empty is logged as an error and
@@ -45,7 +46,8 @@ DB2_API bool logLastWindowsError(const wchar_t* format, ...);
 
 // --- Product version ---
 
-/// Replaces the product version. A null or empty text is logged as an error and stored as an empty one.
+/// Replaces the product version. A null or empty text is logged as an error and stored as an empty one, and so is one
+/// that memory is out for.
 DB2_API void setProductVersion(const wchar_t* productVersion);
 [[nodiscard]] DB2_API const kqx::String& getProductVersion();
 

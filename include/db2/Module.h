@@ -50,8 +50,8 @@ public:
     ///         version; kDuplicateMigrator when the version has one; kFailure for null or when memory is out.
     Status registerMigrator(Migrator* migrator, unsigned int version);
 
-    /// Empties the slot of the migrator's own version, whichever migrator holds it.
-    /// @return kFailure, changing nothing, for null or when there is no such slot.
+    /// Empties the slot of the migrator's own version, whichever migrator holds it, if any.
+    /// @return kFailure, changing nothing, for null or for a version above all that ever had a migrator.
     Status unregisterMigrator(Migrator* migrator);
 
     /// Null when the version has none.
@@ -69,7 +69,16 @@ private:
     unsigned int dataVersion_ = 0;
     unsigned int registrationOrder_ = 0;
     bool unknown_ = false;
-    kqtl::pod_vector<Migrator*> migrators_; ///< slot v: the migrator for version v, or null
+    struct MigratorSlot
+    {
+        unsigned int version;
+        Migrator* migrator;
+    };
+    [[nodiscard]] MigratorSlot* findSlot(unsigned int version);
+
+    /// The slots in use, by version. Not a list by version, which a large version number would make large.
+    kqtl::pod_vector<MigratorSlot> migrators_;
+    unsigned int highestSlot_ = 0; ///< the highest version that ever had a migrator; 0 when none had
     kqx::UIntArray unknownMigrators_;
 };
 

@@ -155,10 +155,10 @@ private:
     [[nodiscard]] Status checkComputeElement(unsigned int index, Status outOfRange) const;
     [[nodiscard]] Status checkComputeSet(const unsigned int* inputs, const unsigned int* outputs) const;
 
-    kqtl::pod_vector<ElementMetaData*> elements_;        ///< owned; by element index
-    kqtl::pod_vector<std::uint32_t> elementNameHashes_;  ///< by element index
-    kqtl::pod_vector<std::uint32_t> elementOffsets_;     ///< by element index
-    kqtl::pod_vector<ComputeSet*> computeSets_;          ///< owned
+    kqtl::pod_vector<ElementMetaData*> elements_;       ///< owned; by element index
+    kqtl::pod_vector<std::uint32_t> elementNameHashes_; ///< by element index
+    kqtl::pod_vector<std::uint32_t> elementOffsets_;    ///< by element index
+    kqtl::pod_vector<ComputeSet*> computeSets_;         ///< owned
     kqtl::pod_vector<unsigned int> elementOutputs_;
     /// The element records and values of a fresh node, without the node's record: every node starts as a copy.
     std::byte* nodeImage_ = nullptr;

@@ -15,7 +15,7 @@ struct SystemError
 [[nodiscard]] int lastSystemErrorCode();
 
 /// Fetches the system's text for an error, in the system's words and in no program's locale where the system allows it.
-/// @return false, leaving @p out alone, when the system has no text for the code.
+/// @return false, leaving @p out alone, when the system has no text for the code. Throws std::bad_alloc.
 [[nodiscard]] bool systemErrorText(int code, kqx::String& out);
 
 } // namespace db2
