@@ -104,8 +104,7 @@ unsigned int Element::getIndex() const
         return indexOrZero(positionFromFront(node->extras_->legacyElements, this), node->extras_->legacyElements);
 
     const kqtl::pod_vector<Element*>& elements = node->extras_->elements;
-    const std::size_t position =
-        isDynamic() ? positionFromBack(elements, this) : positionFromFront(elements, this);
+    const std::size_t position = isDynamic() ? positionFromBack(elements, this) : positionFromFront(elements, this);
     return position < elements.size() ? node->elementsInBlock() + static_cast<unsigned int>(position) : 0;
 }
 

@@ -52,7 +52,8 @@ inline Attribute* AttributeBlock::items()
 /// What few nodes have, made when they first need it.
 struct NodeExtras
 {
-    kqtl::pod_vector<Element*> elements; ///< with blocks of their own: an unknown node's template elements, then dynamic
+    kqtl::pod_vector<Element*>
+        elements; ///< with blocks of their own: an unknown node's template elements, then dynamic
     kqtl::pod_vector<Element*> legacyElements;
     std::optional<NameIndex> dynamicNames; ///< name hash to dynamic element; from the third dynamic element on
 

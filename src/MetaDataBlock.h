@@ -66,7 +66,7 @@ template <class Source>
     constexpr std::uintptr_t kBoundary = 64;
     const auto start = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(resource.cursor) % kBoundary);
     MemoryFormat format{start, 0};
-    source.getMemoryRequirements(format);
+    source.Source::getMemoryRequirements(format); // what the constructor takes, not what an override measures
     return !format.isTooLarge() && format.size - start <= resource.remaining;
 }
 

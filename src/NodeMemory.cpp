@@ -1,8 +1,8 @@
 #include "NodeMemory.h"
 
 #include "ElementRecords.h"
-#include "OwnedMetaData.h"
 #include "OutOfMemory.h"
+#include "OwnedMetaData.h"
 
 #include <kqtl/Alloc.h>
 
@@ -177,48 +177,60 @@ void NodeMemory::freeArrayStorage(AttributeArray& array)
     KQTLFree(array.values_);
 }
 
-bool NodeMemory::growArray(AttributeArray& array, std::uint64_t capacity)
+bool NodeMemory::prepareGrowth(const AttributeArray& array, std::uint64_t capacity, ArrayGrowth& growth)
 {
     const AttributeTypeId typeId = array.getTypeId();
-    const std::uint64_t stride = ValueInfo::getStride(typeId);
+    const std::uint64_t valueBytes = capacity * ValueInfo::getStride(typeId);
     const std::uint64_t newItems = capacity - array.capacity_;
     const std::uint64_t blockBytes = kBlockHeaderBytes + newItems * sizeof(Attribute);
     const std::uint64_t tableBytes = capacity * sizeof(Attribute*);
-    if (std::max({capacity * stride, blockBytes, tableBytes}) > kMostBytes)
+    if (std::max({valueBytes, blockBytes, tableBytes}) > kMostBytes)
         return false;
 
-    void* const values = KQTLAlloc(static_cast<std::size_t>(capacity * stride), ValueInfo::getStorageAlignment(typeId));
-    void* const table = KQTLAlloc(static_cast<std::size_t>(tableBytes), alignof(Attribute*));
-    void* const block = KQTLAlloc(static_cast<std::size_t>(blockBytes), alignof(AttributeBlock));
-    if (values == nullptr || table == nullptr || block == nullptr)
-    {
-        KQTLFree(values);
-        KQTLFree(table);
-        KQTLFree(block);
-        return false;
-    }
-    auto** const items = static_cast<Attribute**>(table);
+    const auto allocate = [](std::uint64_t bytes, std::size_t alignment) {
+        return KQTLAlloc(static_cast<std::size_t>(bytes), alignment);
+    };
+    growth.values = allocate(valueBytes, ValueInfo::getStorageAlignment(typeId));
+    growth.items = static_cast<Attribute**>(allocate(tableBytes, alignof(Attribute*)));
+    growth.block = static_cast<AttributeBlock*>(allocate(blockBytes, alignof(AttributeBlock)));
+    growth.capacity = static_cast<std::uint32_t>(capacity);
+    if (growth.values != nullptr && growth.items != nullptr && growth.block != nullptr)
+        return true;
+    discardGrowth(growth);
+    return false;
+}
+
+void NodeMemory::discardGrowth(const ArrayGrowth& growth)
+{
+    KQTLFree(growth.values);
+    KQTLFree(growth.items);
+    KQTLFree(growth.block);
+}
+
+void NodeMemory::commitGrowth(AttributeArray& array, const ArrayGrowth& growth)
+{
     if (array.capacity_ != 0)
     {
-        std::memcpy(items, array.items_, array.capacity_ * sizeof(Attribute*));
+        std::memcpy(growth.items, array.items_, array.capacity_ * sizeof(Attribute*));
         // Relocated, not copied: the value types allow it.
-        std::memcpy(values, array.values_, static_cast<std::size_t>(array.size_ * stride));
+        const std::size_t stride = ValueInfo::getStride(array.getTypeId());
+        std::memcpy(growth.values, array.values_, array.size_ * stride);
     }
-    auto* const header = ::new (block)
-        AttributeBlock{&array, array.lastBlock_, array.capacity_, static_cast<std::uint32_t>(newItems)};
-    for (std::uint32_t i = 0; i < header->itemCount; ++i)
+    auto* const block = ::new (growth.block)
+        AttributeBlock{&array, array.lastBlock_, array.capacity_, growth.capacity - array.capacity_};
+    for (std::uint32_t i = 0; i < block->itemCount; ++i)
     {
         const auto ownerDistance = static_cast<std::uint32_t>(kBlockHeaderBytes + i * sizeof(Attribute));
         const std::uint32_t flags = ElementFlag::kArrayItem | ElementFlag::kDestroyed;
-        items[array.capacity_ + i] = ::new (header->items() + i) Attribute(flags, ownerDistance, array.getMetaData());
+        growth.items[array.capacity_ + i] =
+            ::new (block->items() + i) Attribute(flags, ownerDistance, array.getMetaData());
     }
     KQTLFree(array.items_);
     KQTLFree(array.values_);
-    array.items_ = items;
-    array.values_ = values;
-    array.lastBlock_ = header;
-    array.capacity_ = static_cast<std::uint32_t>(capacity);
-    return true;
+    array.items_ = growth.items;
+    array.values_ = growth.values;
+    array.lastBlock_ = block;
+    array.capacity_ = growth.capacity;
 }
 
 // --- Flags ---

@@ -32,9 +32,21 @@ public:
     /// Frees an element of makeElement() that never got metadata.
     static void discardElement(Element* element, AttributeTypeId typeId);
 
-    /// Gives an array room for @p capacity items, which is more than it has; the size stays.
-    /// @return false, changing nothing, when memory or a count of bytes in 32 bits does not suffice.
-    [[nodiscard]] static bool growArray(AttributeArray& array, std::uint64_t capacity);
+    /// What an array needs to hold more items, before it has it.
+    struct ArrayGrowth
+    {
+        void* values = nullptr;
+        Attribute** items = nullptr;
+        AttributeBlock* block = nullptr;
+        std::uint32_t capacity = 0;
+    };
+
+    /// Allocates for @p capacity items, which is more than the array has room for. Changes nothing at the array.
+    /// @return false when memory or a count of bytes in 32 bits does not suffice.
+    [[nodiscard]] static bool prepareGrowth(const AttributeArray& array, std::uint64_t capacity, ArrayGrowth& growth);
+    /// Gives the array what was prepared; its values move over, and those behind its size may be there already.
+    static void commitGrowth(AttributeArray& array, const ArrayGrowth& growth);
+    static void discardGrowth(const ArrayGrowth& growth);
 
     /// True when an element, an item of it, or any element of the node carries one of the bits.
     [[nodiscard]] static bool anyFlag(const Element& element, std::uint32_t mask);

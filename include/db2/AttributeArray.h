@@ -36,9 +36,9 @@ private:
     {
     }
 
-    AttributeBlock* lastBlock_ = nullptr;   ///< the item records, newest block first; together capacity_ of them
-    Attribute** items_ = nullptr;           ///< capacity_ pointers, each to its index's record
-    void* values_ = nullptr;                ///< capacity_ x stride bytes; constructed values up to size_
+    AttributeBlock* lastBlock_ = nullptr; ///< the item records, newest block first; together capacity_ of them
+    Attribute** items_ = nullptr;         ///< capacity_ pointers, each to its index's record
+    void* values_ = nullptr;              ///< capacity_ x stride bytes; constructed values up to size_
     std::uint32_t referenceCount_ = 0;
     std::uint32_t size_ = 0;
     std::uint32_t capacity_ = 0;

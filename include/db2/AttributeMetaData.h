@@ -35,7 +35,6 @@ public:
     ElementMetaData* clone(MemoryResource& resource) const override;
 
 protected:
-    friend class ElementMetaData;
     using SetterAttributeMetaData::SetterAttributeMetaData;
 };
 
@@ -45,7 +44,6 @@ public:
     ElementMetaData* clone(MemoryResource& resource) const override;
 
 protected:
-    friend class ElementMetaData;
     using SetterAttributeMetaData::SetterAttributeMetaData;
 };
 
@@ -84,7 +82,6 @@ public:
     ElementMetaData* clone(MemoryResource& resource) const override;
 
 protected:
-    friend class ElementMetaData;
     using SetterAttributeMetaData::SetterAttributeMetaData;
 };
 
@@ -94,7 +91,6 @@ public:
     ElementMetaData* clone(MemoryResource& resource) const override;
 
 protected:
-    friend class ElementMetaData;
     using UnitAttributeMetaData::UnitAttributeMetaData;
 };
 
@@ -104,7 +100,6 @@ public:
     ElementMetaData* clone(MemoryResource& resource) const override;
 
 protected:
-    friend class ElementMetaData;
     using SetterAttributeMetaData::SetterAttributeMetaData;
 };
 
@@ -114,7 +109,6 @@ public:
     ElementMetaData* clone(MemoryResource& resource) const override;
 
 protected:
-    friend class ElementMetaData;
     using SetterAttributeMetaData::SetterAttributeMetaData;
 };
 
@@ -125,7 +119,6 @@ public:
     [[nodiscard]] bool doCompare(const ElementMetaData& other) const override;
 
 protected:
-    friend class ElementMetaData;
     using ElementMetaData::ElementMetaData;
 };
 
@@ -136,7 +129,6 @@ public:
     [[nodiscard]] bool doCompare(const ElementMetaData& other) const override;
 
 protected:
-    friend class ElementMetaData;
     using ElementMetaData::ElementMetaData;
 };
 
@@ -146,7 +138,6 @@ public:
     ElementMetaData* clone(MemoryResource& resource) const override;
 
 protected:
-    friend class ElementMetaData;
     using SetterAttributeMetaData::SetterAttributeMetaData;
 };
 
@@ -156,7 +147,6 @@ public:
     ElementMetaData* clone(MemoryResource& resource) const override;
 
 protected:
-    friend class ElementMetaData;
     using SetterAttributeMetaData::SetterAttributeMetaData;
 };
 
@@ -166,7 +156,6 @@ public:
     ElementMetaData* clone(MemoryResource& resource) const override;
 
 protected:
-    friend class ElementMetaData;
     using SetterAttributeMetaData::SetterAttributeMetaData;
 };
 
@@ -176,7 +165,6 @@ public:
     ElementMetaData* clone(MemoryResource& resource) const override;
 
 protected:
-    friend class ElementMetaData;
     using UnitAttributeMetaData::UnitAttributeMetaData;
 };
 
@@ -186,7 +174,6 @@ public:
     ElementMetaData* clone(MemoryResource& resource) const override;
 
 protected:
-    friend class ElementMetaData;
     using UnitAttributeMetaData::UnitAttributeMetaData;
 };
 
@@ -196,7 +183,6 @@ public:
     ElementMetaData* clone(MemoryResource& resource) const override;
 
 protected:
-    friend class ElementMetaData;
     using SetterAttributeMetaData::SetterAttributeMetaData;
 };
 
@@ -206,7 +192,6 @@ public:
     ElementMetaData* clone(MemoryResource& resource) const override;
 
 protected:
-    friend class ElementMetaData;
     using UnitAttributeMetaData::UnitAttributeMetaData;
 };
 
@@ -216,7 +201,6 @@ public:
     ElementMetaData* clone(MemoryResource& resource) const override;
 
 protected:
-    friend class ElementMetaData;
     using SetterAttributeMetaData::SetterAttributeMetaData;
 };
 
@@ -226,7 +210,6 @@ public:
     ElementMetaData* clone(MemoryResource& resource) const override;
 
 protected:
-    friend class ElementMetaData;
     using SetterAttributeMetaData::SetterAttributeMetaData;
 };
 

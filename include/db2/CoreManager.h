@@ -9,6 +9,7 @@
 #include <kqtl/pod_vector.h>
 #include <kqx/Anchor.h>
 
+#include <cstddef>
 #include <cstdint>
 
 namespace db2 {
@@ -80,6 +81,7 @@ public:
     [[nodiscard]] Status canCreateDynamicElement(const ElementMetaDataDef& definition, const wchar_t* name,
                                                  const Node* node, const Element* next) const;
     [[nodiscard]] Status canDestroyDynamicElement(const Element* element) const;
+    /// A rename to the present name succeeds at once, even while a lock is outstanding; that is on purpose.
     [[nodiscard]] Status canRenameDynamicElement(const Element* element, const wchar_t* name) const;
     [[nodiscard]] Status canResizeAttributeArray(const AttributeArray* array, unsigned int size) const;
     /// Cost: up to the smaller of the two, the chain behind @p referenced and the referencers before @p referencer.
@@ -123,7 +125,6 @@ public:
     Status db_createDynamicElement(const ElementMetaDataDef& definition, const wchar_t* name, Node* node, Element* next,
                                    Element** outElement) override;
     Status db_destroyDynamicElement(Element* element) override;
-    /// A rename to the present name succeeds at once, even while a lock is outstanding; that is on purpose.
     Status db_renameDynamicElement(Element* element, const wchar_t* name) override;
     /// When the capacity does not suffice it becomes one and a half times the new size. kFailure also for a size that
     /// memory, or a count of bytes in 32 bits, cannot hold.
@@ -178,7 +179,8 @@ private:
     [[nodiscard]] Element* bringBack(const wchar_t* name);
     void takeOut(Element& element);
     Status growArray(AttributeArray& array, unsigned int size);
-    [[nodiscard]] static bool makeItems(AttributeArray& array, unsigned int size);
+    [[nodiscard]] static bool makeValues(const AttributeArray& array, unsigned int size, std::byte* values);
+    static void wakeItems(AttributeArray& array, unsigned int size);
     static void shrinkArray(AttributeArray& array, unsigned int size);
 
     // References
@@ -212,11 +214,11 @@ private:
     Statistics statistics_;
     unsigned int nextUniqueNumber_ = 0;
     void* userData_;
-    Node* pendingNode_ = nullptr;       ///< comes back from undo with the next node creation
-    Element* pendingElement_ = nullptr; ///< comes back from undo with the next db_createDynamicElement
-    std::uint32_t archivedNodes_ = 0;    ///< nodes that undo holds
-    std::uint32_t archivedElements_ = 0; ///< dynamic elements that undo holds
-    std::uint32_t locks_ = 0;           ///< attributes and arrays locked now
+    Node* pendingNode_ = nullptr;           ///< comes back from undo with the next node creation
+    Element* pendingElement_ = nullptr;     ///< comes back from undo with the next db_createDynamicElement
+    std::uint32_t archivedNodes_ = 0;       ///< nodes that undo holds
+    std::uint32_t archivedElements_ = 0;    ///< dynamic elements that undo holds
+    std::uint32_t locks_ = 0;               ///< attributes and arrays locked now
     UnknownAPINodeFactory* unknownFactory_; ///< may be null
     UnknownAPINodeFactory* legacyFactory_;  ///< may be null
     kqx::Anchor elementAnchor_;

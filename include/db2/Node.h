@@ -125,7 +125,7 @@ private:
     NodeExtras* extras_ = nullptr; ///< what few nodes have: elements beyond the template's; owned
     std::uint32_t flags_ = 0;
     std::uint32_t edgeCount_ = 0;
-    std::uint32_t nameHash_ = 0; ///< of name_, so that look-ups and removals do not touch the text
+    std::uint32_t nameHash_ = 0;           ///< of name_, so that look-ups and removals do not touch the text
     bool keptByGarbageCollection_ = false; ///< used within one collection only
     Node* parent_ = nullptr;
     Node* firstChild_ = nullptr;

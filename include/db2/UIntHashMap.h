@@ -19,8 +19,7 @@ class DB2_API UIntHashMap
 public:
     /// @param requestedCapacity  rounded to the first prime of the table's list that is greater (32 gives 53).
     /// @param allocator          for the two arrays; not owned.
-    explicit UIntHashMap(unsigned int requestedCapacity,
-                         kqtl::Allocator* allocator = KQTLGetDefaultAllocator());
+    explicit UIntHashMap(unsigned int requestedCapacity, kqtl::Allocator* allocator = KQTLGetDefaultAllocator());
     /// The copy has the same slots; throws std::bad_alloc when memory is out.
     UIntHashMap(const UIntHashMap& other);
     UIntHashMap& operator=(const UIntHashMap& other);
@@ -91,7 +90,7 @@ private:
     void place(std::uint32_t key, void* value);
     void release();
 
-    Entry* entries_ = nullptr; ///< null until the first insert, then capacity_ of them
+    Entry* entries_ = nullptr;          ///< null until the first insert, then capacity_ of them
     std::uint32_t* occupied_ = nullptr; ///< one bit a slot
     unsigned int capacity_;
     unsigned int freeBudget_;

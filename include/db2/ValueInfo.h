@@ -50,11 +50,11 @@ public:
 
     // --- Default values: what a fresh value holds, and what a read of another type's value gives ---
 
-    [[nodiscard]] static const kqx::Colour& getDefaultColour() { return m_defaultColour; }    ///< all components 0
-    [[nodiscard]] static const kqx::String& getDefaultString() { return m_defaultString; }    ///< empty
-    [[nodiscard]] static const kqx::Vector3& getDefaultVector3() { return m_defaultVector3; } ///< zero
-    [[nodiscard]] static const kqx::Matrix& getDefaultMatrix() { return m_defaultMatrix; }    ///< identity
-    [[nodiscard]] static const kqx::Quat& getDefaultQuat() { return m_defaultQuat; }          ///< identity
+    [[nodiscard]] static const kqx::Colour& getDefaultColour() { return m_defaultColour; }        ///< all components 0
+    [[nodiscard]] static const kqx::String& getDefaultString() { return m_defaultString; }        ///< empty
+    [[nodiscard]] static const kqx::Vector3& getDefaultVector3() { return m_defaultVector3; }     ///< zero
+    [[nodiscard]] static const kqx::Matrix& getDefaultMatrix() { return m_defaultMatrix; }        ///< identity
+    [[nodiscard]] static const kqx::Quat& getDefaultQuat() { return m_defaultQuat; }              ///< identity
     [[nodiscard]] static const kqx::IntArray& getDefaultIntArray() { return m_defaultVectorInt; } ///< as all: empty
     [[nodiscard]] static const kqx::BoolArray& getDefaultBoolArray() { return m_defaultVectorBool; }
     [[nodiscard]] static const kqx::ColourArray& getDefaultColourArray() { return m_defaultVectorColour; }

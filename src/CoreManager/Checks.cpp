@@ -26,6 +26,11 @@ bool isEmpty(const wchar_t* text)
     return text == nullptr || *text == L'\0';
 }
 
+bool isNameOf(const Element* element, const wchar_t* name)
+{
+    return element != nullptr && name != nullptr && std::wcscmp(element->getName(), name) == 0;
+}
+
 /// By its own flag, its array's or its node's.
 bool isInUndo(const Element& element)
 {
@@ -34,10 +39,13 @@ bool isInUndo(const Element& element)
            element.getNode()->hasFlag(NodeFlag::kInUndo);
 }
 
-/// True when the element can be edited: neither it nor its node is destroyed, nor was it released by its array.
+/// True when the element can be edited: neither it, its array or its node is destroyed, nor was it released by its array.
 bool isLive(const Element& element)
 {
-    return !element.hasFlag(ElementFlag::kDestroyed) && !element.isDestroyed();
+    const AttributeArray* const array = element.getParentArray();
+    const bool wasTakenOut =
+        element.hasFlag(ElementFlag::kDestroyed) || (array != nullptr && array->hasFlag(ElementFlag::kDestroyed));
+    return !wasTakenOut && !element.getNode()->isDestroyed();
 }
 
 Status successIfLive(const Node& node)
@@ -251,8 +259,11 @@ Status CoreManager::canDestroyDynamicElement(const Element* element) const
     return successIfLive(*element);
 }
 
+/// A rename to the present name succeeds before anything is tested, even while a lock is outstanding; that is on purpose.
 Status CoreManager::canRenameDynamicElement(const Element* element, const wchar_t* name) const
 {
+    if (isNameOf(element, name))
+        return Status::kSuccess;
     Status status = checkUnlocked();
     if (status != Status::kSuccess)
         return status;
@@ -267,8 +278,7 @@ Status CoreManager::canRenameDynamicElement(const Element* element, const wchar_
         return Status::kEmptyElementName;
     if (isElementNameTooLong(name))
         return Status::kNameTooLong;
-    const bool ownName = std::wcscmp(element->getName(), name) == 0;
-    status = ownName ? Status::kSuccess : checkNewElementName(name, *element->getNode());
+    status = checkNewElementName(name, *element->getNode());
     return status != Status::kSuccess ? status : successIfLive(*element);
 }
 
@@ -291,7 +301,8 @@ Status CoreManager::canResizeAttributeArray(const AttributeArray* array, unsigne
     return successIfLive(*array);
 }
 
-Status CoreManager::canCreateReference(const Attribute* referenced, const Attribute* referencer, bool singleOutput) const
+Status CoreManager::canCreateReference(const Attribute* referenced, const Attribute* referencer,
+                                       bool singleOutput) const
 {
     Status status = checkUnlocked();
     if (status != Status::kSuccess)
@@ -300,6 +311,8 @@ Status CoreManager::canCreateReference(const Attribute* referenced, const Attrib
         return Status::kNullReferenced;
     if (referencer == nullptr)
         return Status::kNullReferencer;
+    if (referenced->isAttributeArray() || referencer->isAttributeArray())
+        return Status::kFailure;
     if (referenced->referentIsSingle())
         return Status::kReferencedIsSingleOutput;
     if (singleOutput && referenced->getReferents() != nullptr)
@@ -341,6 +354,8 @@ Status CoreManager::canLockAttribute(const Attribute* attribute) const
 {
     if (attribute == nullptr)
         return Status::kNullAttributeToLock;
+    if (attribute->isAttributeArray())
+        return Status::kFailure;
     const Status status = checkElement(*attribute);
     if (status != Status::kSuccess)
         return status;
@@ -360,6 +375,8 @@ Status CoreManager::canLockAttributeArray(const AttributeArray* array) const
 {
     if (array == nullptr)
         return Status::kNullArrayToLock;
+    if (!array->isAttributeArray())
+        return Status::kFailure;
     const Status status = checkElement(*array);
     if (status != Status::kSuccess)
         return status;
@@ -386,7 +403,8 @@ Status CoreManager::canCommit() const
 
 // --- Unknown and legacy elements ---
 
-Status CoreManager::checkUnknownElement(const ElementMetaDataDef& definition, const wchar_t* name, const Node* node) const
+Status CoreManager::checkUnknownElement(const ElementMetaDataDef& definition, const wchar_t* name,
+                                        const Node* node) const
 {
     const Status status = checkUnlocked();
     if (status != Status::kSuccess)
@@ -405,7 +423,8 @@ Status CoreManager::checkUnknownElement(const ElementMetaDataDef& definition, co
     return definition.getTypeId() < kAttributeTypeCount ? successIfLive(*node) : Status::kFailure;
 }
 
-Status CoreManager::checkLegacyElement(const ElementMetaDataDef& definition, const wchar_t* name, const Node* node) const
+Status CoreManager::checkLegacyElement(const ElementMetaDataDef& definition, const wchar_t* name,
+                                       const Node* node) const
 {
     const Status status = checkUnlocked();
     if (status != Status::kSuccess)

@@ -6,9 +6,9 @@
 #include <db2/NameHash.h>
 
 #include "../ElementRecords.h"
-#include "../OwnedMetaData.h"
 #include "../NodeMemory.h"
 #include "../OutOfMemory.h"
+#include "../OwnedMetaData.h"
 
 #include <algorithm>
 #include <cwchar>
@@ -24,8 +24,8 @@ Element* makeElementWithMetaData(const ElementMetaDataDef& definition, const wch
     ElementMetaData* const metaData = OwnedMetaData::make(definition, name);
     if (metaData == nullptr)
         return nullptr;
-    Element* const element = NodeMemory::makeElement(node, metaData->getTypeId(), definition.isArray(),
-                                                     metaData->getDefaultValue(), flags);
+    Element* const element =
+        NodeMemory::makeElement(node, metaData->getTypeId(), definition.isArray(), metaData->getDefaultValue(), flags);
     if (element == nullptr)
         OwnedMetaData::free(metaData);
     else
@@ -111,10 +111,8 @@ void CoreManager::takeOut(Element& element)
 
 Status CoreManager::db_renameDynamicElement(Element* element, const wchar_t* name)
 {
-    if (element != nullptr && name != nullptr && std::wcscmp(element->getName(), name) == 0)
-        return Status::kSuccess;
     const Status status = canRenameDynamicElement(element, name);
-    if (status != Status::kSuccess)
+    if (status != Status::kSuccess || std::wcscmp(element->getName(), name) == 0)
         return status;
     NodeExtras& extras = *element->getNode()->extras_;
     if (extras.dynamicNames && !extras.dynamicNames->reserveInsert())
@@ -212,32 +210,47 @@ Status CoreManager::db_resizeAttributeArray(AttributeArray* array, unsigned int 
     return Status::kSuccess;
 }
 
+/// The new values are made where they will stand before the array gets anything, so a growth that fails changes nothing.
 Status CoreManager::growArray(AttributeArray& array, unsigned int size)
 {
-    const std::uint64_t capacity = std::uint64_t{size} + size / 2;
-    if (size > array.capacity_ && !NodeMemory::growArray(array, capacity))
+    NodeMemory::ArrayGrowth growth;
+    const bool needsRoom = size > array.capacity_;
+    if (needsRoom && !NodeMemory::prepareGrowth(array, std::uint64_t{size} + size / 2, growth))
         return Status::kFailure;
-    return makeItems(array, size) ? Status::kSuccess : Status::kFailure;
+    if (!makeValues(array, size, static_cast<std::byte*>(needsRoom ? growth.values : array.values_)))
+    {
+        NodeMemory::discardGrowth(growth);
+        return Status::kFailure;
+    }
+    if (needsRoom)
+        NodeMemory::commitGrowth(array, growth);
+    wakeItems(array, size);
+    return Status::kSuccess;
 }
 
-/// Brings the items up to the new size to life. Their records are there; they get a value and fresh flags, but keep
-/// what layers have noted on them, because the layers still have them on their lists.
-bool CoreManager::makeItems(AttributeArray& array, unsigned int size)
+/// Constructs the values from the array's size up to @p size. @return false, making none, when memory is out.
+bool CoreManager::makeValues(const AttributeArray& array, unsigned int size, std::byte* values)
+{
+    const AttributeTypeId typeId = array.getTypeId();
+    if (typeId == AttributeType::kNull)
+        return true;
+    const std::size_t stride = ValueInfo::getStride(typeId);
+    for (unsigned int i = array.size_; i < size; ++i)
+    {
+        if (!ValueHandle::constructAt(values + i * stride, array.getDefaultValue()).isNull())
+            continue;
+        while (i-- > array.size_)
+            ValueHandle(values + i * stride, typeId).destroy();
+        return false;
+    }
+    return true;
+}
+
+/// Brings the items up to the new size to life. Their records are there; they get fresh flags, but keep what layers have
+/// noted on them, because the layers still have them on their lists.
+void CoreManager::wakeItems(AttributeArray& array, unsigned int size)
 {
     constexpr std::uint32_t kNotedByLayers = ElementFlag::kListedByLayer | ElementFlag::kRecordedInItem;
-    const AttributeTypeId typeId = array.getTypeId();
-    const std::size_t stride = ValueInfo::getStride(typeId);
-    const bool hasValues = typeId != AttributeType::kNull;
-    std::byte* const values = static_cast<std::byte*>(array.values_);
-    for (unsigned int i = array.size_; hasValues && i < size; ++i)
-    {
-        if (ValueHandle::constructAt(values + i * stride, array.getDefaultValue()).isNull())
-        {
-            while (i-- > array.size_)
-                ValueHandle(values + i * stride, typeId).destroy();
-            return false;
-        }
-    }
     const std::uint32_t flags =
         ElementFlag::kArrayItem | (array.getFlags() & (ElementFlag::kLegacy | ElementFlag::kUnknown));
     for (unsigned int i = array.size_; i < size; ++i)
@@ -246,7 +259,6 @@ bool CoreManager::makeItems(AttributeArray& array, unsigned int size)
         item.flags_ = flags | (item.flags_ & kNotedByLayers);
     }
     array.size_ = size;
-    return true;
 }
 
 /// The capacity and the records stay, so a later growth reuses them.

@@ -19,8 +19,7 @@ bool isListed(const Element& element)
 
 bool isListed(const Node& node)
 {
-    return node.hasAnyFlag(NodeFlag::kListedByLayer) ||
-           NodeMemory::anyElementFlag(node, ElementFlag::kListedByLayer);
+    return node.hasAnyFlag(NodeFlag::kListedByLayer) || NodeMemory::anyElementFlag(node, ElementFlag::kListedByLayer);
 }
 
 /// Calls @p free for every entry but those that are to be kept, which move to the front of the list in their order.

@@ -3,38 +3,11 @@
 #include <db2/AttributeIterators.h>
 #include <db2/CoreManager.h>
 
+#include "../ReferencerWalk.h"
+
 #include <kqtl/Alloc.h>
 
 namespace db2 {
-namespace {
-
-/// Walks the attributes that reference a start attribute directly or through others, one a step, without a stack: the
-/// links lead back.
-class ReferencerWalk
-{
-public:
-    explicit ReferencerWalk(const Attribute& start) : start_(&start), current_(&start) {}
-
-    /// The next attribute; null at the end, after which no step may follow.
-    const Attribute* step()
-    {
-        const Attribute* next = current_->getReferents();
-        while (next == nullptr && current_ != start_)
-        {
-            next = current_->getSiblingReferent();
-            if (next == nullptr)
-                current_ = current_->getReference();
-        }
-        current_ = next;
-        return current_;
-    }
-
-private:
-    const Attribute* start_;
-    const Attribute* current_;
-};
-
-} // namespace
 
 /// A cycle would close when the chain above @p referenced leads to @p referencer, which is when @p referenced is among
 /// the referencers below @p referencer. Both are walked in step and whichever ends first decides, so that chains and
