@@ -18,13 +18,17 @@ using MakeDefinition = ElementMetaDataDef* (*)();
 
 /// By type id.
 constexpr MakeDefinition kDefinitions[] = {
-    make<IntAttributeMetaDataDef>,          make<BoolAttributeMetaDataDef>,        make<ColourAttributeMetaDataDef>,
-    make<FloatAttributeMetaDataDef>,        make<DoubleAttributeMetaDataDef>,      make<StringAttributeMetaDataDef>,
-    make<EnumAttributeMetaDataDef>,         make<Vector3AttributeMetaDataDef>,     make<MatrixAttributeMetaDataDef>,
-    make<QuatAttributeMetaDataDef>,         make<NullAttributeMetaDataDef>,        make<VertexBufferAttributeMetaDataDef>,
-    make<IntArrayAttributeMetaDataDef>,     make<BoolArrayAttributeMetaDataDef>,   make<ColourArrayAttributeMetaDataDef>,
-    make<FloatArrayAttributeMetaDataDef>,   make<DoubleArrayAttributeMetaDataDef>, make<StringArrayAttributeMetaDataDef>,
-    make<Vector3ArrayAttributeMetaDataDef>, make<MatrixArrayAttributeMetaDataDef>, make<QuatArrayAttributeMetaDataDef>};
+    make<IntAttributeMetaDataDef>,          make<BoolAttributeMetaDataDef>,
+    make<ColourAttributeMetaDataDef>,       make<FloatAttributeMetaDataDef>,
+    make<DoubleAttributeMetaDataDef>,       make<StringAttributeMetaDataDef>,
+    make<EnumAttributeMetaDataDef>,         make<Vector3AttributeMetaDataDef>,
+    make<MatrixAttributeMetaDataDef>,       make<QuatAttributeMetaDataDef>,
+    make<NullAttributeMetaDataDef>,         make<VertexBufferAttributeMetaDataDef>,
+    make<IntArrayAttributeMetaDataDef>,     make<BoolArrayAttributeMetaDataDef>,
+    make<ColourArrayAttributeMetaDataDef>,  make<FloatArrayAttributeMetaDataDef>,
+    make<DoubleArrayAttributeMetaDataDef>,  make<StringArrayAttributeMetaDataDef>,
+    make<Vector3ArrayAttributeMetaDataDef>, make<MatrixArrayAttributeMetaDataDef>,
+    make<QuatArrayAttributeMetaDataDef>};
 static_assert(std::size(kDefinitions) == kAttributeTypeCount);
 
 void addAllTypes(NodeTemplate& nodeTemplate)
