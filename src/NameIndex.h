@@ -25,7 +25,7 @@ public:
     }
 
     /// Needs a reserveInsert() before it, and a hash that is free.
-    void insert(std::uint32_t hash, void* bearer) { map_.insert(hash, bearer); }
+    void insert(std::uint32_t hash, void* bearer) { map_.insertReserved(hash, bearer); }
     void remove(std::uint32_t hash) { map_.remove(hash); }
 
 private:

@@ -261,6 +261,15 @@ void Node::removeChildEntry(const Node* child)
         childIndex_->remove(child->nameHash_);
 }
 
+void Node::dropChildIndex()
+{
+    if (childIndex_ == nullptr)
+        return;
+    childIndex_->~NameIndex();
+    KQTLFree(childIndex_);
+    childIndex_ = nullptr;
+}
+
 // --- Elements with blocks of their own ---
 
 NodeExtras* Node::getOrMakeExtras()

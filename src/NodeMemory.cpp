@@ -77,11 +77,7 @@ void NodeMemory::free(Node* node)
         node->extras_->~NodeExtras();
         KQTLFree(node->extras_);
     }
-    if (node->childIndex_ != nullptr)
-    {
-        node->childIndex_->~NameIndex();
-        KQTLFree(node->childIndex_);
-    }
+    node->dropChildIndex();
     NodeTemplate* const nodeTemplate = node->template_;
     const bool isUnknown = node->isUnknown();
     node->~Node();
@@ -248,7 +244,16 @@ bool NodeMemory::anyFlag(const Element& element, std::uint32_t mask)
 
 bool NodeMemory::anyElementFlag(const Node& node, std::uint32_t mask)
 {
-    for (unsigned int i = 0, count = node.getElementCount(); i < count; ++i)
+    // Every node that a commit frees is asked, so the elements in its block are read without a call each.
+    const auto* const block = reinterpret_cast<const std::byte*>(&node);
+    const unsigned int inBlock = node.elementsInBlock();
+    for (unsigned int i = 0; i < inBlock; ++i)
+    {
+        const auto& element = *reinterpret_cast<const Element*>(block + node.template_->getElementOffset(i));
+        if (element.hasAnyFlag(mask | ElementFlag::kArray) && anyFlag(element, mask))
+            return true;
+    }
+    for (unsigned int i = inBlock, count = node.getElementCount(); i < count; ++i)
         if (anyFlag(*node.getElement(i), mask))
             return true;
     for (unsigned int i = 0, count = node.getLegacyElementCount(); i < count; ++i)

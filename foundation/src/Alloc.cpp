@@ -1,7 +1,6 @@
 #include <kqtl/Alloc.h>
 
 #include <algorithm>
-#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <utility>
@@ -13,6 +12,12 @@
 namespace {
 
 KQTLAllocHook allocHook = nullptr; // a plain pointer: an atomic one would still not order a change against a call
+
+/// std::has_single_bit counts the bits, which is a call where the processor's instruction may not be used.
+constexpr bool isPowerOfTwo(std::size_t number)
+{
+    return number != 0 && (number & (number - 1)) == 0;
+}
 
 #if defined(_WIN32)
 
@@ -50,7 +55,7 @@ void* KQTLAlloc(std::size_t bytes, std::size_t alignment)
 {
     if (alignment == 0)
         alignment = alignof(std::max_align_t);
-    if (!std::has_single_bit(alignment) || bytes > PTRDIFF_MAX)
+    if (!isPowerOfTwo(alignment) || bytes > PTRDIFF_MAX)
         return nullptr;
     if (allocHook != nullptr && !allocHook(bytes)) [[unlikely]]
         return nullptr;

@@ -161,6 +161,7 @@ private:
     struct UniqueName
     {
         kqx::String text;
+        std::uint32_t hash = 0;      ///< of the text
         unsigned int nextNumber = 0; ///< the manager's counter once the name is taken
     };
     [[nodiscard]] bool makeUniqueName(const wchar_t* wanted, const Node* parent, UniqueName& out) const;

@@ -113,6 +113,7 @@ private:
     [[nodiscard]] bool reserveRenamedEntry();
     void enterChild(Node* child);
     void removeChildEntry(const Node* child);
+    void dropChildIndex();
     [[nodiscard]] Node* findChildByHash(std::uint32_t nameHash) const;
 
     // Elements: in the node's block, or with blocks of their own.
@@ -132,7 +133,7 @@ private:
     Node* lastChild_ = nullptr;
     Node* previousSibling_ = nullptr;
     Node* nextSibling_ = nullptr;
-    NameIndex* childIndex_ = nullptr; ///< name hash to child; null below three children; owned, never dropped again
+    NameIndex* childIndex_ = nullptr; ///< name hash to child; null below three children; owned
 };
 
 inline Node* Element::getNode() const

@@ -52,6 +52,9 @@ public:
     /// @return false, changing nothing, when the key is present or memory is out.
     bool insert(std::uint32_t key, void* value);
 
+    /// The same without a look-up: the key must be absent, and reserveInsert() must have succeeded before.
+    void insertReserved(std::uint32_t key, void* value) { place(key, value); }
+
     /// Makes sure that the next insert of a new key needs no memory. @return false, changing nothing, when memory is out.
     [[nodiscard]] bool reserveInsert();
 

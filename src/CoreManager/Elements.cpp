@@ -36,7 +36,7 @@ Element* makeElementWithMetaData(const ElementMetaDataDef& definition, const wch
 /// Where @p element stands in the list, from the back, because edits mostly come there; the end when it does not.
 std::size_t positionFromBack(const kqtl::pod_vector<Element*>& list, const Element* element)
 {
-    for (std::size_t i = list.size(); i-- > 0;)
+    for (std::size_t i = element != nullptr ? list.size() : 0; i-- > 0;)
         if (list[i] == element)
             return i;
     return list.size();

@@ -95,6 +95,7 @@ Status CoreManager::db_clear()
     while (node != root_)
     {
         Node* const next = node->nextSibling_ != nullptr ? leftmostLeaf(node->nextSibling_) : node->parent_;
+        node->parent_->dropChildIndex(); // all its children go, so none needs to be taken out of it
         breakAllReferences(*node);
         while (node->getDynamicElementCount() != 0)
             takeOut(*node->extras_->elements.back());

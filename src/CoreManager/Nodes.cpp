@@ -46,10 +46,12 @@ bool CoreManager::makeUniqueName(const wchar_t* wanted, const Node* parent, Uniq
     out.nextNumber = nextUniqueNumber_;
     return succeeds([&] {
         out.text = wanted;
-        while (parent != nullptr && parent->isChildNameValid(out.text.c_str(), nullptr) != Status::kSuccess)
+        out.hash = hashName(out.text.c_str(), out.text.size());
+        while (parent != nullptr && parent->findChildByHash(out.hash) != nullptr)
         {
             out.text.assign(out.text.c_str(), lengthWithoutNumber(out.text));
             kqx::appendNumber(out.text, static_cast<int>(out.nextNumber++));
+            out.hash = hashName(out.text.c_str(), out.text.size());
         }
     });
 }
@@ -57,7 +59,7 @@ bool CoreManager::makeUniqueName(const wchar_t* wanted, const Node* parent, Uniq
 void CoreManager::takeName(Node& node, UniqueName& name)
 {
     node.name_.swap(name.text);
-    node.nameHash_ = hashName(node.name_.c_str(), node.name_.size());
+    node.nameHash_ = name.hash;
     nextUniqueNumber_ = name.nextNumber;
 }
 
@@ -201,6 +203,7 @@ Status CoreManager::db_renameNode(Node* node, const wchar_t* name)
         return status;
     Node& parent = *node->parent_;
     UniqueName newName;
+    newName.hash = hashName(name);
     newName.nextNumber = nextUniqueNumber_;
     if (!succeeds([&] { newName.text = name; }) || !parent.reserveRenamedEntry())
         return Status::kFailure;
