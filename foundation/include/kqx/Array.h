@@ -202,7 +202,9 @@ public:
         assert(count <= size() - index);
         if (count > 0) // a move onto itself would empty a String
         {
-            std::move(begin() + index + count, end(), begin() + index);
+            // A loop: of std::move g++ 12 believes that it moves a negative number of bytes, and warns in host code.
+            for (size_type i = index; i + count < size(); ++i)
+                begin()[i] = std::move(begin()[i + count]);
             shrink(size() - count);
         }
         return begin() + index;
