@@ -192,8 +192,9 @@ Status CoreManager::canReparentNode(const Node* node, const Node* newParent, con
     status = checkPlace(newParent, next);
     if (status == Status::kNextNotChildOfParent)
         return status;
-    // A leaf has no descendants, which spares the walk to the root for what is moved most.
-    if (node->getFirstChild() != nullptr && newParent->isDescendantOf(node))
+    // A leaf has no descendants but destroyed ones, which spares the walk to the root for what is moved most.
+    const bool mayBeBelow = node->getFirstChild() != nullptr || newParent->isDestroyed();
+    if (mayBeBelow && newParent->isDescendantOf(node))
         return Status::kReparentToDescendant;
     return status != Status::kSuccess ? status : successIfLive(*node);
 }

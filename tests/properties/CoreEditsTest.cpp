@@ -154,6 +154,7 @@ INSTANTIATE_TEST_SUITE_P(OfANewSeed, CoreEditsOfANewSeedTest, ::testing::ValuesI
 TEST(CoreEditsReachTest, EveryEditSucceedsAndEveryRefusalHappens)
 {
     EditProfile profile = kProfiles[0];
+    profile.weights.emplace_back(EditKind::kLockAttribute, 12);
     profile.weights.emplace_back(EditKind::kCreateReference, 40); // most of the answers are about references
     RandomEdits edits(profile, Random(20260101));
     edits.run(16000);

@@ -201,7 +201,7 @@ ModelElement* RandomArguments::releasedItem()
 
 ModelElement* RandomArguments::attribute()
 {
-    if (!model_.locked().empty() && random_.chance(1, 6) && !model_.locked().back()->isArray())
+    if (!model_.locked().empty() && random_.chance(1, 3) && !model_.locked().back()->isArray())
         return model_.locked().back();
     const std::size_t roll = random_.below(100);
     if (roll < 3)
@@ -224,7 +224,7 @@ ModelElement* RandomArguments::attribute()
 
 ModelElement* RandomArguments::array()
 {
-    if (!model_.locked().empty() && random_.chance(1, 6) && model_.locked().back()->isArray())
+    if (!model_.locked().empty() && random_.chance(1, 3) && model_.locked().back()->isArray())
         return model_.locked().back();
     if (!model_.referencers().empty() && random_.chance(1, 4)) // one that takes part in references, if it is one
     {

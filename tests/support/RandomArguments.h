@@ -36,11 +36,12 @@ public:
 
     // --- Nodes ---
 
-    [[nodiscard]] ModelNode* node();         ///< mostly live
-    [[nodiscard]] ModelNode* liveNode();     ///< below the root, or null
-    [[nodiscard]] ModelNode* smallSubtree(); ///< live and below the root, with few nodes below it, or null
-    [[nodiscard]] ModelNode* leaf();         ///< mostly one that can be destroyed
-    [[nodiscard]] ModelNode* parent();       ///< mostly one that can have children; null stands for the root
+    [[nodiscard]] ModelNode* node();          ///< mostly live
+    [[nodiscard]] ModelNode* liveNode();      ///< below the root, or null
+    [[nodiscard]] ModelNode* smallSubtree();  ///< live and below the root, with few nodes below it, or null
+    [[nodiscard]] ModelNode* destroyedNode(); ///< still readable, or held by undo
+    [[nodiscard]] ModelNode* leaf();          ///< mostly one that can be destroyed
+    [[nodiscard]] ModelNode* parent();        ///< mostly one that can have children; null stands for the root
     [[nodiscard]] ModelNode* nextChild(const ModelNode* parent); ///< mostly a child of the parent, or null
     [[nodiscard]] NameArgument nodeName();
     [[nodiscard]] std::vector<std::wstring> someNames(); ///< names that nodes and elements may have
@@ -68,7 +69,6 @@ public:
     [[nodiscard]] ModelElement* referencer(); ///< mostly an attribute that references
 
 private:
-    [[nodiscard]] ModelNode* destroyedNode();
     [[nodiscard]] ModelElement* liveAttribute();
     [[nodiscard]] ModelElement* releasedItem();
     [[nodiscard]] ModelElement* elementOf(const ModelNode* node, bool isArray);

@@ -149,10 +149,16 @@ void RandomEdits::renameNode()
 
 void RandomEdits::reparentNode()
 {
-    ModelNode* const node = draw_->node();
+    ModelNode* node = draw_->node();
     ModelNode* newParent = draw_->parent();
     if (node != nullptr && random_.chance(1, 10))
         newParent = random_.chance(1, 2) ? node : node->parent;
+    else if (random_.chance(1, 10))
+    {
+        newParent = draw_->destroyedNode(); // it keeps its parent, which is above it still
+        if (newParent != nullptr && random_.chance(1, 2))
+            node = newParent->parent;
+    }
     ModelNode* const next = draw_->nextChild(newParent);
     const NameArgument name = random_.chance(1, 2) ? NameArgument{true, L""} : draw_->nodeName();
     announce("reparentNode(" + describe(node) + ", " + describe(newParent) + ", before " + describe(next) + ", " +
