@@ -34,6 +34,14 @@ bool ownsMemory(AttributeTypeId typeId)
     return !ValueInfo::isPODType(typeId) && typeId != AttributeType::kNull;
 }
 
+/// True when a value that owns memory owns none, which is when its one pointer is null.
+bool isEmptyValue(const ConstValueHandle& value)
+{
+    const auto* const bytes = static_cast<const unsigned char*>(value.getData());
+    const std::uint32_t size = ValueInfo::getMemoryRequirements(value.getTypeId()).size;
+    return std::all_of(bytes, bytes + size, [](unsigned char byte) { return byte == 0; });
+}
+
 /// The name index maps to element indices, which its pointers carry as numbers.
 void* asIndexValue(unsigned int index)
 {
@@ -329,6 +337,7 @@ void NodeTemplate::determineElementAndComputeSetDependencies()
 void NodeTemplate::buildNodeImage()
 {
     owningElements_.clear();
+    filledElements_.clear();
     KQTLFree(nodeImage_); // of a registration that was refused; elements may have come since
     nodeImage_ = static_cast<std::byte*>(KQTLAlloc(nodeFormat_.size, nodeFormat_.alignment));
     if (nodeImage_ == nullptr)
@@ -344,22 +353,26 @@ void NodeTemplate::buildNodeImage()
             continue;
         }
         ::new (record) Attribute(0, elementOffsets_[i], metaData);
-        if (ownsMemory(metaData->getTypeId()))
-            owningElements_.push_back(i);
-        else
+        if (!ownsMemory(metaData->getTypeId()))
+        {
             constructValue(record, *metaData);
+            continue;
+        }
+        // An empty one is a null pointer, which the image holds already.
+        owningElements_.push_back(i);
+        if (!isEmptyValue(metaData->getDefaultValue()))
+            filledElements_.push_back(i);
     }
 }
 
 bool NodeTemplate::constructElements(std::byte* nodeBlock) const
 {
     std::memcpy(nodeBlock + sizeof(Node), nodeImage_ + sizeof(Node), nodeFormat_.size - sizeof(Node));
-    for (std::size_t i = 0; i < owningElements_.size(); ++i)
+    for (const unsigned int index : filledElements_)
     {
-        const unsigned int index = owningElements_[i];
         if (!constructValue(nodeBlock + elementOffsets_[index], *elements_[index]))
         {
-            destroyElementValues(nodeBlock, i);
+            destroyElementValues(nodeBlock); // those that were not made yet are empty
             return false;
         }
     }
@@ -374,14 +387,8 @@ bool NodeTemplate::constructValue(std::byte* attributeRecord, const ElementMetaD
 
 void NodeTemplate::destroyElementValues(std::byte* nodeBlock) const
 {
-    destroyElementValues(nodeBlock, owningElements_.size());
-}
-
-void NodeTemplate::destroyElementValues(std::byte* nodeBlock, std::size_t count) const
-{
-    for (std::size_t i = 0; i < count; ++i)
+    for (const unsigned int index : owningElements_)
     {
-        const unsigned int index = owningElements_[i];
         const AttributeTypeId typeId = elements_[index]->getTypeId();
         ValueHandle(valueBehind(nodeBlock + elementOffsets_[index], typeId), typeId).destroy();
     }

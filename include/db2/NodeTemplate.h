@@ -138,7 +138,6 @@ private:
     static bool constructValue(std::byte* attributeRecord, const ElementMetaData& metaData);
     /// Destroys the values that own memory; the block can be freed then.
     void destroyElementValues(std::byte* nodeBlock) const;
-    void destroyElementValues(std::byte* nodeBlock, std::size_t count) const; ///< of the first so many that own memory
 
     // addAttribute()
     struct ElementLayout
@@ -162,6 +161,7 @@ private:
     kqtl::pod_vector<unsigned int> elementOutputs_;
     /// The element records and values of a fresh node, without the node's record: every node starts as a copy.
     std::byte* nodeImage_ = nullptr;
+    kqtl::pod_vector<unsigned int> filledElements_; ///< of the owning ones, those whose default is not empty
     kqtl::pod_vector<unsigned int> owningElements_; ///< those whose values own memory, so that bytes do not make one
     kqx::String typeName_;
     unsigned int typeId_;

@@ -125,12 +125,15 @@ Status CoreManager::checkNewElementName(const wchar_t* name, const Node& node) c
 
 Status CoreManager::canCreateNode(unsigned int typeId, const Node* parent, const Node* next) const
 {
+    return checkCreateNode(registry_->findTemplate(typeId), parent, next);
+}
+
+Status CoreManager::checkCreateNode(const NodeTemplate* nodeTemplate, const Node* parent, const Node* next) const
+{
     const Status status = checkUnlocked();
     if (status != Status::kSuccess)
         return status;
-    if (registry_->lookupNodeTemplate(typeId) == nullptr)
-        return Status::kUnknownTypeId;
-    return checkPlace(parent, next);
+    return nodeTemplate != nullptr ? checkPlace(parent, next) : Status::kUnknownTypeId;
 }
 
 Status CoreManager::canCreateUnknownNode(const Node* parent, const Node* next) const

@@ -89,10 +89,11 @@ Status CoreManager::addNode(const wchar_t* name, const wchar_t* typeName, Node* 
 
 Status CoreManager::db_createNode(unsigned int typeId, const wchar_t* name, Node* parent, Node* next, Node** outNode)
 {
-    const Status status = canCreateNode(typeId, parent, next);
+    NodeTemplate* const found = registry_->findTemplate(typeId);
+    const Status status = checkCreateNode(found, parent, next);
     if (status != Status::kSuccess)
         return status;
-    NodeTemplate& nodeTemplate = *registry_->findTemplate(typeId);
+    NodeTemplate& nodeTemplate = *found;
     return addNode(
         name, nodeTemplate.getTypeName().c_str(), parent, next,
         [&](UniqueName& unique) { return makeNode(nodeTemplate, unique); }, outNode);

@@ -1,0 +1,11 @@
+#pragma once
+
+/// What main() registers; each function stands in the source of its name.
+namespace db2bench {
+
+void addTreeBenchmarks();
+void addReferenceBenchmarks();
+void addElementBenchmarks();
+void addNameBenchmarks();
+
+} // namespace db2bench

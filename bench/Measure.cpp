@@ -1,0 +1,85 @@
+#include "Measure.h"
+
+#include <limits>
+
+#include <time.h>
+
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
+namespace db2bench {
+namespace {
+
+/// Small passes are short, so that many of them cost little and the smallest is near to the undisturbed one.
+int repetitionsFor(std::size_t count)
+{
+    if (count <= 10'000)
+        return 25;
+    return count <= 100'000 ? 7 : 4;
+}
+
+} // namespace
+
+void addBenchmark(const std::string& workload, const std::string& variant, const std::string& side, Pass pass,
+                  std::initializer_list<std::size_t> counts)
+{
+    for (const std::size_t count : counts)
+    {
+        const std::string name = workload + '/' + variant + '/' + side + '/' + std::to_string(count);
+        const auto run = [pass, count](benchmark::State& state) {
+            for ([[maybe_unused]] auto _ : state)
+            {
+                returnFreeMemory();
+                pass(state, count);
+            }
+        };
+        benchmark::RegisterBenchmark(name.c_str(), run)
+            ->Iterations(1)
+            ->Repetitions(repetitionsFor(count))
+            ->UseManualTime()
+            ->Unit(benchmark::kMillisecond);
+    }
+}
+
+double cpuSeconds()
+{
+    timespec time{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
+#if defined(__GLIBC__)
+
+/// The heap moves the two thresholds as it goes along, so a pass would depend on those before it: they are fixed, the
+/// first to what a fresh process has. Memory goes back to the system between the passes only.
+void prepareHeap()
+{
+    mallopt(M_MMAP_THRESHOLD, 128 * 1024);
+    mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
+}
+
+void returnFreeMemory()
+{
+    malloc_trim(0);
+}
+
+std::size_t heapBytesInUse()
+{
+    const auto heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;
+}
+
+#else
+
+void prepareHeap() {}
+void returnFreeMemory() {}
+
+std::size_t heapBytesInUse()
+{
+    return 0;
+}
+
+#endif
+
+} // namespace db2bench
