@@ -1,0 +1,71 @@
+#pragma once
+
+#include <db2/Export.h>
+
+#include <kqtl/pod_vector.h>
+
+#include <cstddef>
+#include <memory>
+#include <unordered_map>
+
+namespace db2 {
+
+/// Pointers in the order in which they were added, from which any can be taken out in amortised constant time while the
+/// others keep their order. Taking out leaves a hole; the next reading closes all holes at once.
+/// A pointer that is in the list several times costs a scan to take out.
+class DB2_API ChangeListBase
+{
+public:
+    [[nodiscard]] std::size_t count() const { return entries_.size() - holes_; }
+    [[nodiscard]] bool empty() const { return count() == 0; }
+    void clear();
+    void reserve(std::size_t entries) { entries_.reserve(entries); }
+    void reverse();
+
+protected:
+    ChangeListBase() = default;
+    ChangeListBase(const ChangeListBase& other) : entries_(other.closed()) {}
+    ChangeListBase& operator=(const ChangeListBase& other);
+    ~ChangeListBase() = default;
+
+    void addPointer(void* pointer) { entries_.push_back(pointer); }
+    /// Takes out the first entry equal to @p pointer; the last entry when there is none.
+    void removePointer(void* pointer);
+    [[nodiscard]] void* pointerAt(std::size_t index) const { return closed()[index]; }
+    void replacePointer(std::size_t index, void* pointer);
+
+private:
+    using Positions = std::unordered_map<void*, std::size_t>;
+
+    /// The entries without holes.
+    const kqtl::pod_vector<void*>& closed() const
+    {
+        if (holes_ != 0)
+            closeHoles();
+        return entries_;
+    }
+    void closeHoles() const;
+    void forgetPositions() const;
+    [[nodiscard]] std::size_t takePosition(void* pointer);
+    [[nodiscard]] std::size_t findFrom(std::size_t position, const void* pointer) const;
+
+    mutable kqtl::pod_vector<void*> entries_; ///< null is a hole; the last one never is
+    mutable std::size_t holes_ = 0;
+    mutable Positions positions_; ///< of the first entries equal to a pointer, up to positionsEnd_
+    mutable std::size_t positionsEnd_ = 0;
+    mutable bool hasRepeats_ = false; ///< among the entries up to positionsEnd_
+};
+
+/// The typed list.
+template <class T>
+class ChangeList : public ChangeListBase
+{
+public:
+    void add(T* object) { addPointer(object); }
+    void remove(T* object) { removePointer(object); }
+    /// @param index  below the count.
+    [[nodiscard]] T* at(std::size_t index) const { return static_cast<T*>(pointerAt(index)); }
+    void replace(std::size_t index, T* object) { replacePointer(index, object); }
+};
+
+} // namespace db2

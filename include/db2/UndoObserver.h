@@ -1,0 +1,28 @@
+#pragma once
+
+#include <db2/Export.h>
+
+namespace db2 {
+
+class UndoManager;
+
+/// Hears of every change to the two stacks of an UndoManager, once both are as they will stay. A host derives one,
+/// overrides what it wants to know and registers it with UndoManager::addObserver(). While it is called, undo, redo and
+/// rollback are refused.
+class DB2_API UndoObserver
+{
+public:
+    virtual void onUndoStackPushed(UndoManager* manager);
+    virtual void onUndoStackPopped(UndoManager* manager);
+    virtual void onUndoStackPoppedFront(UndoManager* manager); ///< the oldest item fell to the limit
+    virtual void onRedoStackPushed(UndoManager* manager);
+    virtual void onRedoStackPopped(UndoManager* manager);
+
+protected:
+    UndoObserver() = default;
+    UndoObserver(const UndoObserver&) = default;
+    UndoObserver& operator=(const UndoObserver&) = default;
+    ~UndoObserver() = default; // never destroyed through this class
+};
+
+} // namespace db2

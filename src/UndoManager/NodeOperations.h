@@ -1,0 +1,92 @@
+#pragma once
+
+#include "UndoItem.h"
+
+#include <kqx/String.h>
+
+namespace db2 {
+
+/// db_createNode and db_createUnknownNode.
+class CreateNodeOperation final : public UndoableOperation
+{
+public:
+    /// Notes the node once it is there, and marks it as made in this item.
+    void setNode(Node* node);
+
+    [[nodiscard]] const wchar_t* name() const override { return L"db_createNode"; }
+    bool undo(const ReplayContext& context) override;
+    void clearFlags() override;
+
+private:
+    Node* node_ = nullptr;
+};
+
+/// db_destroyLeafNode. Holds the node in the core's archive until it comes back or the operation is dropped for good.
+class DestroyNodeOperation final : public UndoableOperation
+{
+public:
+    /// @param node  still in its place in the tree; archived by the caller.
+    explicit DestroyNodeOperation(Node& node);
+
+    [[nodiscard]] const wchar_t* name() const override { return L"db_destroyLeafNode"; }
+    bool undo(const ReplayContext& context) override;
+    void discard(CoreManager& core) override;
+
+private:
+    friend class UndoItem;
+
+    DestroyNodeOperation(const DestroyNodeOperation& other, bool wasRefused);
+    [[nodiscard]] Status recreate(DataInterface& target) const;
+    void handOver(const ReplayContext& context, bool wasRefused);
+
+    Node* node_;
+    Node* parent_;
+    Node* next_;
+    bool wasRefused_ = false; ///< the node should have come back and could not; taking that back changes nothing
+};
+
+/// db_renameNode.
+class RenameNodeOperation final : public UndoableOperation
+{
+public:
+    RenameNodeOperation(Node& node, const wchar_t* oldName) : node_(&node), oldName_(oldName) {}
+
+    [[nodiscard]] const wchar_t* name() const override { return L"db_renameNode"; }
+    bool undo(const ReplayContext& context) override;
+
+private:
+    Node* node_;
+    const wchar_t* oldName_; ///< in the item's heap
+};
+
+/// db_reparentNode.
+class ReparentNodeOperation final : public UndoableOperation
+{
+public:
+    ReparentNodeOperation(Node& node, const wchar_t* oldName);
+
+    [[nodiscard]] const wchar_t* name() const override { return L"db_reparentNode"; }
+    bool undo(const ReplayContext& context) override;
+
+private:
+    Node* node_;
+    Node* oldParent_;
+    Node* oldNext_;
+    const wchar_t* oldName_; ///< in the item's heap
+};
+
+/// db_reorderNode.
+class ReorderNodeOperation final : public UndoableOperation
+{
+public:
+    explicit ReorderNodeOperation(Node& node);
+
+    [[nodiscard]] const wchar_t* name() const override { return L"db_reorderNode"; }
+    bool undo(const ReplayContext& context) override;
+
+private:
+    Node* node_;
+    Node* oldNext_;
+};
+
+} // namespace db2

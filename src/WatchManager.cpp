@@ -1,0 +1,222 @@
+#include <db2/WatchManager.h>
+
+#include <db2/Node.h>
+
+#include "OutOfMemory.h"
+
+namespace db2 {
+
+// --- Watches ---
+
+Status WatchManager::addWatch(Node* node)
+{
+    if (node == nullptr)
+        return Status::kFailure;
+    if (isNodeWatched(node))
+        return Status::kAlreadyWatched;
+    if (!succeeds([&] { watched_.insert(node); }))
+        return Status::kFailure;
+    node->setFlag(NodeFlag::kWatched);
+    return Status::kSuccess;
+}
+
+Status WatchManager::removeWatch(Node* node)
+{
+    if (!isNodeWatched(node))
+        return Status::kRemoveUnwatched;
+    watched_.erase(node);
+    node->clearFlag(NodeFlag::kWatchFlags);
+    return Status::kSuccess;
+}
+
+Status WatchManager::enableWatch(Node* node, bool enable)
+{
+    if (!isNodeWatched(node))
+        return Status::kEnableUnwatched;
+    if (enable)
+        node->clearFlag(NodeFlag::kWatchDisabled);
+    else
+        node->setFlag(NodeFlag::kWatchDisabled);
+    return Status::kSuccess;
+}
+
+Status WatchManager::resetWatch(Node* node)
+{
+    if (node == nullptr)
+        return Status::kFailure;
+    if (!isNodeWatched(node))
+        return Status::kResetUnwatched;
+    node->clearFlag(NodeFlag::kWatchChanged);
+    return Status::kSuccess;
+}
+
+bool WatchManager::isNodeWatched(const Node* node) const
+{
+    return node != nullptr && node->hasFlag(NodeFlag::kWatched);
+}
+
+bool WatchManager::hasWatchedNodeChanged(const Node* node) const
+{
+    return node != nullptr && node->hasFlag(NodeFlag::kWatched | NodeFlag::kWatchChanged);
+}
+
+// --- Marking ---
+
+/// Goes up from what was touched and reads the watches off the nodes, so that watches elsewhere cost nothing.
+void WatchManager::updateWatchedNodes(const Node& touched) const
+{
+    if (watched_.empty())
+        return;
+    for (const Node* node = &touched; node != nullptr; node = node->getParent())
+    {
+        const bool isArmed = (node->getFlags() & NodeFlag::kWatchFlags) == NodeFlag::kWatched;
+        if (isArmed) // the mark is the watch's, not an edit of the node
+            const_cast<Node*>(node)->setFlag(NodeFlag::kWatchChanged);
+    }
+}
+
+void WatchManager::updateWatchedNodes(const Element& touched) const
+{
+    if (!watched_.empty() && !touched.hasMetaDataFlag(ElementMetaDataFlag::kNotWatched))
+        updateWatchedNodes(*touched.getNode());
+}
+
+Status WatchManager::markIfDone(Status status, const Node* node)
+{
+    if (status == Status::kSuccess)
+        updateWatchedNodes(*node);
+    return status;
+}
+
+Status WatchManager::markIfDone(Status status, const Element* element)
+{
+    if (status == Status::kSuccess)
+        updateWatchedNodes(*element);
+    return status;
+}
+
+// --- Nodes ---
+
+Status WatchManager::db_createNode(unsigned int typeId, const wchar_t* name, Node* parent, Node* next, Node** outNode)
+{
+    Node* created = nullptr;
+    const Status status = ForwardingLayer::db_createNode(typeId, name, parent, next, &created);
+    if (outNode != nullptr)
+        *outNode = created;
+    return markIfDone(status, created);
+}
+
+Status WatchManager::db_createUnknownNode(const wchar_t* typeName, const Module& module, const wchar_t* name,
+                                          Node* parent, Node* next, bool legacy, Node** outNode)
+{
+    Node* created = nullptr;
+    const Status status = ForwardingLayer::db_createUnknownNode(typeName, module, name, parent, next, legacy, &created);
+    if (outNode != nullptr)
+        *outNode = created;
+    return markIfDone(status, created);
+}
+
+Status WatchManager::db_destroyLeafNode(Node* node)
+{
+    const Status status = ForwardingLayer::db_destroyLeafNode(node);
+    if (status == Status::kSuccess && isNodeWatched(node))
+        removeWatch(node);
+    return markIfDone(status, node);
+}
+
+Status WatchManager::db_renameNode(Node* node, const wchar_t* name)
+{
+    return markIfDone(ForwardingLayer::db_renameNode(node, name), node);
+}
+
+Status WatchManager::db_reparentNode(Node* node, Node* newParent, Node* next, const wchar_t* name)
+{
+    if (node == nullptr)
+        return Status::kNullNodeToReparent;
+    const Node* const oldParent = node->getParent(); // the edit replaces it, so it is read first
+    const Status status = ForwardingLayer::db_reparentNode(node, newParent, next, name);
+    if (status != Status::kSuccess)
+        return status;
+    if (oldParent != nullptr)
+        updateWatchedNodes(*oldParent);
+    updateWatchedNodes(*newParent);
+    return status;
+}
+
+Status WatchManager::db_reorderNode(Node* node, Node* next)
+{
+    return markIfDone(ForwardingLayer::db_reorderNode(node, next), node);
+}
+
+// --- Elements ---
+
+Status WatchManager::db_createDynamicElement(const ElementMetaDataDef& definition, const wchar_t* name, Node* node,
+                                             Element* next, Element** outElement)
+{
+    Element* created = nullptr;
+    const Status status = ForwardingLayer::db_createDynamicElement(definition, name, node, next, &created);
+    if (outElement != nullptr)
+        *outElement = created;
+    return markIfDone(status, created);
+}
+
+Status WatchManager::db_destroyDynamicElement(Element* element)
+{
+    return markIfDone(ForwardingLayer::db_destroyDynamicElement(element), element);
+}
+
+Status WatchManager::db_renameDynamicElement(Element* element, const wchar_t* name)
+{
+    return markIfDone(ForwardingLayer::db_renameDynamicElement(element, name), element);
+}
+
+Status WatchManager::db_resizeAttributeArray(AttributeArray* array, unsigned int size)
+{
+    return markIfDone(ForwardingLayer::db_resizeAttributeArray(array, size), array);
+}
+
+Status WatchManager::db_createReference(Attribute* referenced, Attribute* referencer, bool singleOutput)
+{
+    return markIfDone(ForwardingLayer::db_createReference(referenced, referencer, singleOutput), referencer);
+}
+
+Status WatchManager::db_destroyReference(Attribute* referencer)
+{
+    return markIfDone(ForwardingLayer::db_destroyReference(referencer), referencer);
+}
+
+Status WatchManager::db_lockAttribute(Attribute* attribute, ValueHandle* outValue)
+{
+    return markIfDone(ForwardingLayer::db_lockAttribute(attribute, outValue), attribute);
+}
+
+Status WatchManager::db_lockAttributeArray(AttributeArray* array, void** outValues)
+{
+    return markIfDone(ForwardingLayer::db_lockAttributeArray(array, outValues), array);
+}
+
+// --- Units of work ---
+
+/// Ends the watches on nodes that an inner layer, undoing for example, has destroyed by itself: the core keeps such a
+/// node only for as long as it bears the mark.
+Status WatchManager::db_commit(const wchar_t* description, const wchar_t* file, unsigned int line)
+{
+    for (auto at = watched_.begin(); at != watched_.end();)
+    {
+        Node* const node = *at;
+        at = node->isDestroyed() ? watched_.erase(at) : std::next(at);
+        if (node->isDestroyed())
+            node->clearFlag(NodeFlag::kWatchFlags);
+    }
+    return ForwardingLayer::db_commit(description, file, line);
+}
+
+Status WatchManager::db_clear()
+{
+    for (Node* const node : watched_)
+        node->clearFlag(NodeFlag::kWatchFlags);
+    watched_.clear();
+    return ForwardingLayer::db_clear();
+}
+
+} // namespace db2
