@@ -51,7 +51,7 @@ struct ElementSpec
 /// An element of the type's default value, without flags and texts.
 [[nodiscard]] ElementSpec plainElement(const wchar_t* name, AttributeTypeId type, bool isArray = false);
 
-/// The definition that the spec stands for. @param spec  alive for as long as the definition, which points to its texts.
+/// The definition of the element that is described. @param spec  alive for as long as the definition, which points to its texts.
 [[nodiscard]] std::unique_ptr<ElementMetaDataDef> makeDefinition(const ElementSpec& spec);
 
 } // namespace db2test
