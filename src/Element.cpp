@@ -1,6 +1,5 @@
 #include <db2/Element.h>
 
-#include <db2/ElementMetaData.h>
 #include <db2/Node.h>
 
 #include "ElementRecords.h"
@@ -32,33 +31,6 @@ unsigned int indexOrZero(std::size_t position, const kqtl::pod_vector<Element*>&
 
 } // namespace
 
-// --- Type ---
-
-const wchar_t* Element::getName() const
-{
-    return getMetaData()->getName();
-}
-
-AttributeTypeId Element::getTypeId() const
-{
-    return getMetaData()->getTypeId();
-}
-
-const wchar_t* Element::getDocString() const
-{
-    return getMetaData()->getDocString();
-}
-
-ConstValueHandle Element::getDefaultValue() const
-{
-    return getMetaData()->getDefaultValue();
-}
-
-bool Element::hasMetaDataFlag(std::uint32_t mask) const
-{
-    return getMetaData()->hasFlag(mask);
-}
-
 // --- Flags ---
 
 bool Element::isLegacyElementHandled() const
@@ -73,11 +45,6 @@ void Element::setLegacyElementHandled()
 }
 
 // --- Place ---
-
-AttributeArray* Element::getParentArray() const
-{
-    return isAttributeArrayElement() ? static_cast<AttributeArray*>(getOwner()) : nullptr;
-}
 
 bool Element::isDestroyed() const
 {

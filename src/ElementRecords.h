@@ -2,9 +2,9 @@
 
 #include <db2/MemoryFormat.h>
 #include <db2/Node.h>
-#include <db2/ValueInfo.h>
 
 #include "NameIndex.h"
+#include "ValueTypes.h"
 
 #include <kqtl/pod_vector.h>
 
@@ -46,7 +46,7 @@ inline Attribute* AttributeBlock::items()
 [[nodiscard]] inline void* valueBehind(void* attributeRecord, AttributeTypeId typeId)
 {
     const auto behind = reinterpret_cast<std::uintptr_t>(attributeRecord) + sizeof(Attribute);
-    return reinterpret_cast<void*>(roundUp(behind, ValueInfo::getStorageAlignment(typeId)));
+    return reinterpret_cast<void*>(roundUp(behind, factsOf(typeId).storageAlignment));
 }
 
 /// What few nodes have, made when they first need it.

@@ -75,16 +75,9 @@ unsigned int Node::getElementCount() const
     return elementsInBlock() + static_cast<unsigned int>(inOwnBlocks);
 }
 
-Element* Node::getElement(unsigned int index) const
+Element* Node::getElementInOwnBlock(unsigned int index) const
 {
-    const unsigned int inBlock = elementsInBlock();
-    if (index < inBlock)
-    {
-        std::byte* const block = reinterpret_cast<std::byte*>(const_cast<Node*>(this));
-        return reinterpret_cast<Element*>(block + template_->getElementOffset(index));
-    }
-    index -= inBlock;
-    return extras_ != nullptr && index < extras_->elements.size() ? extras_->elements[index] : nullptr;
+    return index < extras_->elements.size() ? extras_->elements[index] : nullptr;
 }
 
 unsigned int Node::getDynamicElementCount() const

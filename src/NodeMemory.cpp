@@ -66,8 +66,10 @@ Node* NodeMemory::makeUnknown(const wchar_t* typeName, const Module& module)
 
 void NodeMemory::free(Node* node)
 {
-    for (unsigned int i = 0; i < node->elementsInBlock(); ++i)
-        freeElementContents(*node->getElement(i));
+    for (unsigned int i = 0; node->getEdgeCount() != 0 && i < node->elementsInBlock(); ++i)
+        freeLinks(*node->getElement(i));
+    for (const unsigned int index : node->template_->owningElements_)
+        freeElementContents(*node->getElement(index));
     if (node->extras_ != nullptr)
     {
         for (Element* const element : node->extras_->elements)
@@ -99,7 +101,7 @@ Element* NodeMemory::makeElement(Node* node, AttributeTypeId typeId, bool isArra
     else
     {
         format.add(sizeof(Attribute), alignof(Attribute));
-        format.add(ValueInfo::getMemoryRequirements(typeId).size, ValueInfo::getStorageAlignment(typeId));
+        format.add(ValueInfo::getMemoryRequirements(typeId).size, factsOf(typeId).storageAlignment);
     }
     auto* const block = static_cast<std::byte*>(KQTLAlloc(format.size, format.alignment));
     if (block == nullptr)
@@ -135,27 +137,31 @@ void NodeMemory::discardElement(Element* element, AttributeTypeId typeId)
     KQTLFree(headerOf(element));
 }
 
-/// Frees what the element owns beyond its record. An attribute that still has links keeps its record's way to the
-/// metadata: only freeing a whole tree comes here with references left.
+/// Frees what the element owns beyond its record.
 void NodeMemory::freeElementContents(Element& element)
 {
     if (element.isAttributeArray())
         freeArrayStorage(static_cast<AttributeArray&>(element));
     else
-        freeValue(static_cast<Attribute&>(element));
+        freeAttributeContents(static_cast<Attribute&>(element));
 }
 
-void NodeMemory::freeValue(Attribute& attribute)
+void NodeMemory::freeAttributeContents(Attribute& attribute)
 {
-    if (!ValueInfo::isPODType(attribute.getTypeId()))
+    if (!factsOf(attribute.getTypeId()).isPlainData)
         attribute.private_getValue().destroy();
-    if (attribute.hasLinks())
-    {
-        ReferenceLinks* const links = attribute.getLinks();
-        setMetaData(attribute, links->metaData);
-        attribute.clearFlag(ElementFlag::kHasLinks);
-        KQTLFree(links);
-    }
+    freeLinks(attribute);
+}
+
+/// The record keeps its way to the metadata. Only freeing a whole tree comes here with references left.
+void NodeMemory::freeLinks(Element& element)
+{
+    if (!element.hasFlag(ElementFlag::kHasLinks))
+        return;
+    ReferenceLinks* const links = element.links_;
+    setMetaData(element, links->metaData);
+    element.clearFlag(ElementFlag::kHasLinks);
+    KQTLFree(links);
 }
 
 // --- Arrays ---
@@ -163,7 +169,7 @@ void NodeMemory::freeValue(Attribute& attribute)
 void NodeMemory::freeArrayStorage(AttributeArray& array)
 {
     for (unsigned int i = 0; i < array.size_; ++i)
-        freeValue(*array.items_[i]);
+        freeAttributeContents(*array.items_[i]);
     while (AttributeBlock* const block = array.lastBlock_)
     {
         array.lastBlock_ = block->previous;
@@ -176,7 +182,7 @@ void NodeMemory::freeArrayStorage(AttributeArray& array)
 bool NodeMemory::prepareGrowth(const AttributeArray& array, std::uint64_t capacity, ArrayGrowth& growth)
 {
     const AttributeTypeId typeId = array.getTypeId();
-    const std::uint64_t valueBytes = capacity * ValueInfo::getStride(typeId);
+    const std::uint64_t valueBytes = capacity * factsOf(typeId).stride;
     const std::uint64_t newItems = capacity - array.capacity_;
     const std::uint64_t blockBytes = kBlockHeaderBytes + newItems * sizeof(Attribute);
     const std::uint64_t tableBytes = capacity * sizeof(Attribute*);
@@ -186,7 +192,7 @@ bool NodeMemory::prepareGrowth(const AttributeArray& array, std::uint64_t capaci
     const auto allocate = [](std::uint64_t bytes, std::size_t alignment) {
         return KQTLAlloc(static_cast<std::size_t>(bytes), alignment);
     };
-    growth.values = allocate(valueBytes, ValueInfo::getStorageAlignment(typeId));
+    growth.values = allocate(valueBytes, factsOf(typeId).storageAlignment);
     growth.items = static_cast<Attribute**>(allocate(tableBytes, alignof(Attribute*)));
     growth.block = static_cast<AttributeBlock*>(allocate(blockBytes, alignof(AttributeBlock)));
     growth.capacity = static_cast<std::uint32_t>(capacity);
@@ -209,7 +215,7 @@ void NodeMemory::commitGrowth(AttributeArray& array, const ArrayGrowth& growth)
     {
         std::memcpy(growth.items, array.items_, array.capacity_ * sizeof(Attribute*));
         // Relocated, not copied: the value types allow it.
-        const std::size_t stride = ValueInfo::getStride(array.getTypeId());
+        const std::size_t stride = factsOf(array.getTypeId()).stride;
         std::memcpy(growth.values, array.values_, array.size_ * stride);
     }
     auto* const block = ::new (growth.block)

@@ -54,9 +54,10 @@ public:
 
 private:
     [[nodiscard]] static Node* makeBlock(NodeTemplate& nodeTemplate);
-    static void freeValue(Attribute& attribute);
     static void freeArrayStorage(AttributeArray& array);
     static void freeElementContents(Element& element);
+    static void freeAttributeContents(Attribute& attribute);
+    static void freeLinks(Element& element);
 };
 
 } // namespace db2

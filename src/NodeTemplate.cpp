@@ -350,6 +350,7 @@ void NodeTemplate::buildNodeImage()
         if (metaData->isAttributeArray())
         {
             ::new (record) AttributeArray(0, elementOffsets_[i], metaData);
+            owningElements_.push_back(i);
             continue;
         }
         ::new (record) Attribute(0, elementOffsets_[i], metaData);
@@ -387,7 +388,7 @@ bool NodeTemplate::constructValue(std::byte* attributeRecord, const ElementMetaD
 
 void NodeTemplate::destroyElementValues(std::byte* nodeBlock) const
 {
-    for (const unsigned int index : owningElements_)
+    for (const unsigned int index : filledElements_)
     {
         const AttributeTypeId typeId = elements_[index]->getTypeId();
         ValueHandle(valueBehind(nodeBlock + elementOffsets_[index], typeId), typeId).destroy();

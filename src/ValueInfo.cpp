@@ -2,8 +2,6 @@
 
 #include "ValueTypes.h"
 
-#include <algorithm>
-
 namespace db2 {
 namespace {
 
@@ -14,9 +12,6 @@ constexpr const wchar_t* kTypeNames[] = {
     L"ColourArray", L"FloatArray", L"DoubleArray", L"StringArray", L"Vector3Array", L"MatrixArray", L"QuatArray",
 };
 static_assert(std::size(kTypeNames) == kAttributeTypeCount);
-
-constexpr unsigned int kMathAlignment = 16;
-constexpr unsigned int kCommonAlignment = 4;
 
 // The sizes that hosts and saved layouts count on.
 static_assert(sizeof(int) == 4 && sizeof(bool) == 1 && sizeof(float) == 4 && sizeof(double) == 8);
@@ -32,55 +27,33 @@ const wchar_t* ValueInfo::getTypeName(AttributeTypeId typeId)
 
 unsigned int ValueInfo::getAlignment(AttributeTypeId typeId)
 {
-    switch (typeId)
-    {
-    case AttributeType::kColour:
-    case AttributeType::kVector3:
-    case AttributeType::kMatrix:
-    case AttributeType::kQuat: return kMathAlignment;
-    default: return kCommonAlignment;
-    }
+    return factsOf(typeId).alignment;
 }
 
 unsigned int ValueInfo::getStorageAlignment(AttributeTypeId typeId)
 {
-    return visitType(typeId, [typeId](auto type) -> unsigned int {
-        using T = TypeOf<decltype(type)>;
-        if constexpr (std::is_void_v<T>)
-            return getAlignment(typeId);
-        else
-            return std::max(getAlignment(typeId), static_cast<unsigned int>(alignof(T)));
-    });
+    return factsOf(typeId).storageAlignment;
 }
 
 MemoryFormat ValueInfo::getMemoryRequirements(AttributeTypeId typeId)
 {
-    return visitType(typeId, [typeId](auto type) -> MemoryFormat {
-        using T = TypeOf<decltype(type)>;
-        if constexpr (std::is_void_v<T>)
-            return {0, getAlignment(typeId)};
-        else
-            return {sizeof(T), getAlignment(typeId)};
-    });
+    const TypeFacts& facts = factsOf(typeId);
+    return {facts.size, facts.alignment};
 }
 
 unsigned int ValueInfo::getStride(AttributeTypeId typeId)
 {
-    const MemoryFormat format = getMemoryRequirements(typeId);
-    return roundUp(format.size, format.alignment);
+    return factsOf(typeId).stride;
 }
 
 bool ValueInfo::isArray(AttributeTypeId typeId)
 {
-    return visitType(typeId, [](auto type) { return kIsArray<TypeOf<decltype(type)>>; });
+    return factsOf(typeId).isArray;
 }
 
 bool ValueInfo::isPODType(AttributeTypeId typeId)
 {
-    return visitType(typeId, [](auto type) {
-        using T = TypeOf<decltype(type)>;
-        return !std::is_void_v<T> && kIsPlainData<T>;
-    });
+    return factsOf(typeId).isPlainData;
 }
 
 // --- Default values: constant initialisation, so that a host's own static objects may use them ---

@@ -3,6 +3,10 @@
 #include <db2/AttributeTypeId.h>
 #include <db2/ValueInfo.h>
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
 #include <type_traits>
 
 /// From a type id, which is known at run time, to the C++ type of its values, which code is compiled for. The one place
@@ -22,7 +26,7 @@ using TypeOf = typename Tag::Type;
 
 /// Calls @p visitor with the ValueType of @p typeId and returns what it returns.
 template <class Visitor>
-decltype(auto) visitType(AttributeTypeId typeId, Visitor&& visitor)
+constexpr decltype(auto) visitType(AttributeTypeId typeId, Visitor&& visitor)
 {
     switch (typeId)
     {
@@ -61,5 +65,55 @@ inline constexpr bool kIsArray<kqx::Array<Element>> = true;
 /// True for a C++ type whose values may be copied as bytes and need no destruction.
 template <class T>
 inline constexpr bool kIsPlainData = std::is_trivially_copyable_v<T>&& std::is_trivially_destructible_v<T>;
+
+// --- The facts behind ValueInfo, as a table: the edits ask for them too often to go by visitor ---
+
+struct TypeFacts
+{
+    std::uint16_t size = 0;            ///< of a value, in bytes; 0 when the type has none
+    std::uint8_t alignment = 4;        ///< what layouts count on, the same on every platform
+    std::uint8_t storageAlignment = 4; ///< where a value is placed
+    std::uint16_t stride = 0;          ///< bytes from one value to the next in an attribute array
+    bool isPlainData = false;
+    bool isArray = false;
+};
+
+namespace detail {
+
+template <class T>
+constexpr TypeFacts factsOfType()
+{
+    if constexpr (std::is_void_v<T>)
+        return {};
+    else
+    {
+        constexpr bool kIsMath = std::is_same_v<T, kqx::Colour> || std::is_same_v<T, kqx::Vector3> ||
+                                 std::is_same_v<T, kqx::Matrix> || std::is_same_v<T, kqx::Quat>;
+        constexpr std::size_t kAlignment = kIsMath ? 16 : 4;
+        TypeFacts facts;
+        facts.size = sizeof(T);
+        facts.alignment = kAlignment;
+        facts.storageAlignment = std::max(kAlignment, alignof(T));
+        facts.stride = roundUp(sizeof(T), kAlignment);
+        facts.isPlainData = kIsPlainData<T>;
+        facts.isArray = kIsArray<T>;
+        return facts;
+    }
+}
+
+inline constexpr auto kTypeFacts = [] {
+    std::array<TypeFacts, kAttributeTypeCount + 1> table;
+    for (std::uint32_t id = 0; id < kAttributeTypeCount; ++id)
+        table[id] = visitType(static_cast<AttributeTypeId>(id),
+                              [](auto type) { return factsOfType<TypeOf<decltype(type)>>(); });
+    return table; // the last entry is that of no type
+}();
+
+} // namespace detail
+
+[[nodiscard]] constexpr const TypeFacts& factsOf(AttributeTypeId typeId)
+{
+    return detail::kTypeFacts[std::min<std::uint32_t>(typeId, kAttributeTypeCount)];
+}
 
 } // namespace db2

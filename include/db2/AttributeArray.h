@@ -44,4 +44,9 @@ private:
     std::uint32_t capacity_ = 0;
 };
 
+inline AttributeArray* Element::getParentArray() const
+{
+    return isAttributeArrayElement() ? static_cast<AttributeArray*>(getOwner()) : nullptr;
+}
+
 } // namespace db2

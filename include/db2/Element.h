@@ -1,6 +1,7 @@
 #pragma once
 
 #include <db2/AttributeTypeId.h>
+#include <db2/ElementMetaData.h>
 #include <db2/Export.h>
 #include <db2/Flags.h>
 #include <db2/ValueHandle.h>
@@ -11,7 +12,6 @@
 namespace db2 {
 
 class AttributeArray;
-class ElementMetaData;
 class Node;
 struct ReferenceLinks;
 
@@ -27,13 +27,14 @@ public:
     // --- Type ---
 
     [[nodiscard]] inline const ElementMetaData* getMetaData() const;
-    [[nodiscard]] const wchar_t* getName() const;
-    [[nodiscard]] AttributeTypeId getTypeId() const;
-    [[nodiscard]] const wchar_t* getDocString() const; ///< null when there is none
-    [[nodiscard]] ConstValueHandle getDefaultValue() const;
+    [[nodiscard]] const wchar_t* getName() const { return getMetaData()->getName(); }
+    [[nodiscard]] AttributeTypeId getTypeId() const { return getMetaData()->getTypeId(); }
+    /// Null when there is none.
+    [[nodiscard]] const wchar_t* getDocString() const { return getMetaData()->getDocString(); }
+    [[nodiscard]] ConstValueHandle getDefaultValue() const { return getMetaData()->getDefaultValue(); }
 
     /// True when every bit of @p mask is set in the metadata's flags (ElementMetaDataFlag).
-    [[nodiscard]] bool hasMetaDataFlag(std::uint32_t mask) const;
+    [[nodiscard]] bool hasMetaDataFlag(std::uint32_t mask) const { return getMetaData()->hasFlag(mask); }
 
     // --- Flags (ElementFlag, and the host's own from registerElementFlagType) ---
 
@@ -61,7 +62,7 @@ public:
     [[nodiscard]] inline Node* getNode() const;
 
     /// The array whose item this is, else null.
-    [[nodiscard]] AttributeArray* getParentArray() const;
+    [[nodiscard]] inline AttributeArray* getParentArray() const;
 
     /// True for a destroyed dynamic element, an item of one, and any element of a destroyed node.
     [[nodiscard]] bool isDestroyed() const;

@@ -56,7 +56,7 @@ public:
 
     /// Template and dynamic elements together.
     [[nodiscard]] unsigned int getElementCount() const;
-    [[nodiscard]] Element* getElement(unsigned int index) const; ///< null beyond the count
+    [[nodiscard]] inline Element* getElement(unsigned int index) const; ///< null beyond the count
     [[nodiscard]] unsigned int getDynamicElementCount() const;
     [[nodiscard]] Element* getDynamicElement(unsigned int index) const; ///< null beyond the count
     /// The dynamic element behind @p element; null when it is the last or none of this node's.
@@ -118,7 +118,8 @@ private:
 
     // Elements: in the node's block, or with blocks of their own.
     [[nodiscard]] unsigned int elementsInBlock() const { return isUnknown() ? 0 : template_->getElementCount(); }
-    [[nodiscard]] NodeExtras* getOrMakeExtras(); ///< null when memory is out
+    [[nodiscard]] Element* getElementInOwnBlock(unsigned int index) const; ///< counted from elementsInBlock() on
+    [[nodiscard]] NodeExtras* getOrMakeExtras();                           ///< null when memory is out
 
     NodeTemplate* template_; ///< of an unknown node: its own, private one
     void* api_ = nullptr;
@@ -135,6 +136,15 @@ private:
     Node* nextSibling_ = nullptr;
     NameIndex* childIndex_ = nullptr; ///< name hash to child; null below three children; owned
 };
+
+inline Element* Node::getElement(unsigned int index) const
+{
+    const unsigned int inBlock = elementsInBlock();
+    if (index >= inBlock)
+        return extras_ != nullptr ? getElementInOwnBlock(index - inBlock) : nullptr;
+    std::byte* const block = reinterpret_cast<std::byte*>(const_cast<Node*>(this));
+    return reinterpret_cast<Element*>(block + template_->getElementOffset(index));
+}
 
 inline Node* Element::getNode() const
 {

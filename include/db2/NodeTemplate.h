@@ -136,7 +136,7 @@ private:
     /// for a value is out.
     [[nodiscard]] bool constructElements(std::byte* nodeBlock) const;
     static bool constructValue(std::byte* attributeRecord, const ElementMetaData& metaData);
-    /// Destroys the values that own memory; the block can be freed then.
+    /// Destroys what constructElements() made; the block can be freed then.
     void destroyElementValues(std::byte* nodeBlock) const;
 
     // addAttribute()
@@ -161,8 +161,9 @@ private:
     kqtl::pod_vector<unsigned int> elementOutputs_;
     /// The element records and values of a fresh node, without the node's record: every node starts as a copy.
     std::byte* nodeImage_ = nullptr;
-    kqtl::pod_vector<unsigned int> filledElements_; ///< of the owning ones, those whose default is not empty
-    kqtl::pod_vector<unsigned int> owningElements_; ///< those whose values own memory, so that bytes do not make one
+    kqtl::pod_vector<unsigned int>
+        owningElements_; ///< those that own memory: arrays, and values that bytes do not make
+    kqtl::pod_vector<unsigned int> filledElements_; ///< of those values, the ones whose default is not empty
     kqx::String typeName_;
     unsigned int typeId_;
     const Module* module_;
