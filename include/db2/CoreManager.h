@@ -153,6 +153,7 @@ private:
     [[nodiscard]] Status checkElement(const Element& element) const;
     [[nodiscard]] Status checkNewElementName(const wchar_t* name, const Node& node) const;
     [[nodiscard]] Status checkPlace(const Node* parent, const Node* next) const;
+    [[nodiscard]] Status checkLoadedElementName(const wchar_t* name) const;
     [[nodiscard]] Status checkUnknownElement(const ElementMetaDataDef& definition, const wchar_t* name,
                                              const Node* node) const;
     [[nodiscard]] Status checkLegacyElement(const ElementMetaDataDef& definition, const wchar_t* name,

@@ -407,8 +407,8 @@ Status CoreManager::canCommit() const
 
 // --- Unknown and legacy elements ---
 
-Status CoreManager::checkUnknownElement(const ElementMetaDataDef& definition, const wchar_t* name,
-                                        const Node* node) const
+/// What loaders' elements are asked first. Unlike an edit's, a name that is missing differs from one that is empty.
+Status CoreManager::checkLoadedElementName(const wchar_t* name) const
 {
     const Status status = checkUnlocked();
     if (status != Status::kSuccess)
@@ -419,6 +419,15 @@ Status CoreManager::checkUnknownElement(const ElementMetaDataDef& definition, co
         return Status::kEmptyElementName;
     if (isElementNameTooLong(name))
         return Status::kNameTooLong;
+    return Status::kSuccess;
+}
+
+Status CoreManager::checkUnknownElement(const ElementMetaDataDef& definition, const wchar_t* name,
+                                        const Node* node) const
+{
+    const Status status = checkLoadedElementName(name);
+    if (status != Status::kSuccess)
+        return status;
     if (node == nullptr || !node->isUnknown() || node->isLegacy())
         return Status::kFailure;
     const Status nameStatus = checkNewElementName(name, *node);
@@ -430,15 +439,9 @@ Status CoreManager::checkUnknownElement(const ElementMetaDataDef& definition, co
 Status CoreManager::checkLegacyElement(const ElementMetaDataDef& definition, const wchar_t* name,
                                        const Node* node) const
 {
-    const Status status = checkUnlocked();
+    const Status status = checkLoadedElementName(name);
     if (status != Status::kSuccess)
         return status;
-    if (name == nullptr)
-        return Status::kFailure;
-    if (*name == L'\0')
-        return Status::kEmptyElementName;
-    if (isElementNameTooLong(name))
-        return Status::kNameTooLong;
     if (node == nullptr || (node->isUnknown() && !node->isLegacy()))
         return Status::kFailure;
     if (!node->isLegacyElementNameUnique(name))

@@ -1,7 +1,7 @@
 #include <kqx/Array.h>
 
 #include "HeapLimit.h"
-#include "support/Random.h"
+#include "SequenceEdits.h"
 
 #include <gtest/gtest.h>
 
@@ -19,9 +19,7 @@
 
 namespace {
 
-using db2test::Random;
 using foundationtest::HeapLimit;
-using foundationtest::tryEdit;
 using kqx::Array;
 using kqx::String;
 
@@ -393,69 +391,9 @@ TYPED_TEST(ArrayTest, EqualityIsSizesThenElements)
     EXPECT_TRUE(Array<TypeParam>() == Array<TypeParam>());
 }
 
-/// Random edits against std::vector, with memory running out now and then.
 TYPED_TEST(ArrayTest, RandomEditsAgreeWithStandardVectors)
 {
-    Random random = Random::fresh();
-    SCOPED_TRACE(random.description());
-    Array<TypeParam> array;
-    std::vector<TypeParam> model;
-    for (int step = 0; step < 3000; ++step)
-    {
-        const std::size_t at = random.below(model.size() + 1);
-        const std::size_t count = random.below(model.size() - at + 1);
-        const std::size_t gap = random.below(model.size() + 1);
-        const std::ptrdiff_t from = static_cast<std::ptrdiff_t>(at);
-        const std::ptrdiff_t to = static_cast<std::ptrdiff_t>(at + count);
-        const std::ptrdiff_t position = static_cast<std::ptrdiff_t>(gap);
-        const TypeParam value = this->value(static_cast<int>(random.below(1000)));
-        const std::vector<TypeParam> range(model.begin() + from, model.begin() + to);
-        const std::size_t grants = random.chance(1, 5) ? random.below(4) : SIZE_MAX;
-        switch (random.below(model.size() > 200 ? 9 : 8))
-        {
-        case 0:
-            if (tryEdit(grants, [&] { array.push_back(value); }))
-                model.push_back(value);
-            break;
-        case 1:
-            if (tryEdit(grants, [&] { array.insert(array.begin() + position, value); }))
-                model.insert(model.begin() + position, value);
-            break;
-        case 2:
-            if (tryEdit(grants,
-                        [&] { array.insert(array.begin() + position, array.begin() + from, array.begin() + to); }))
-                model.insert(model.begin() + position, range.begin(), range.end());
-            break;
-        case 3:
-            if (tryEdit(grants, [&] { array.insert(array.begin() + position, 3, value); }))
-                model.insert(model.begin() + position, 3, value);
-            break;
-        case 4:
-            array.erase(array.begin() + from, array.begin() + to);
-            model.erase(model.begin() + from, model.begin() + to);
-            break;
-        case 5:
-            if (tryEdit(grants, [&] { array.resize(gap + 1); }))
-                model.resize(gap + 1);
-            break;
-        case 6:
-            if (tryEdit(grants, [&] { array.resize(model.size() + 2, value); }))
-                model.resize(model.size() + 2, value);
-            break;
-        case 7:
-        {
-            const Array<TypeParam> copy(array);
-            static_cast<void>(tryEdit(grants, [&] { array = copy; }));
-            break;
-        }
-        default:
-            array.clear();
-            model.clear();
-            break;
-        }
-        ASSERT_TRUE(std::equal(array.begin(), array.end(), model.begin(), model.end())) << "step " << step;
-        ASSERT_EQ(array.data() == nullptr, array.capacity() == 0);
-    }
+    foundationtest::compareRandomEditsWithStandardVector<Array<TypeParam>, TypeParam>(3000, makeValue<TypeParam>);
 }
 
 // --- What one element type has of its own ---

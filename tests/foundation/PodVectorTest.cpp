@@ -1,7 +1,7 @@
 #include <kqtl/pod_vector.h>
 
 #include "HeapLimit.h"
-#include "support/Random.h"
+#include "SequenceEdits.h"
 
 #include <gtest/gtest.h>
 
@@ -14,9 +14,7 @@
 
 namespace {
 
-using db2test::Random;
 using foundationtest::HeapLimit;
-using foundationtest::tryEdit;
 using kqtl::pod_vector;
 
 std::vector<int> contents(const pod_vector<int>& values)
@@ -322,68 +320,10 @@ TEST(PodVectorTest, SizesThatCannotBeThrowAndChangeNothing)
     EXPECT_THROW(values.reserve(values.max_size()), std::bad_alloc); // which can be, with that much memory
 }
 
-/// Random edits against std::vector, with memory running out now and then.
 TEST(PodVectorTest, RandomEditsAgreeWithStandardVectors)
 {
-    Random random = Random::fresh();
-    SCOPED_TRACE(random.description());
-    pod_vector<int> values;
-    Ints model;
-    for (int step = 0; step < 20000; ++step)
-    {
-        const std::size_t at = random.below(model.size() + 1);
-        const std::size_t count = random.below(model.size() - at + 1);
-        const std::size_t gap = random.below(model.size() + 1);
-        const std::ptrdiff_t from = static_cast<std::ptrdiff_t>(at);
-        const std::ptrdiff_t to = static_cast<std::ptrdiff_t>(at + count);
-        const std::ptrdiff_t position = static_cast<std::ptrdiff_t>(gap);
-        const int value = static_cast<int>(random.below(1000));
-        const std::vector<int> range(model.begin() + from, model.begin() + to);
-        const std::size_t grants = random.chance(1, 10) ? 0 : SIZE_MAX;
-        switch (random.below(model.size() > 200 ? 9 : 8))
-        {
-        case 0:
-            if (tryEdit(grants, [&] { values.push_back(value); }))
-                model.push_back(value);
-            break;
-        case 1:
-            if (tryEdit(grants, [&] { values.insert(values.begin() + position, value); }))
-                model.insert(model.begin() + position, value);
-            break;
-        case 2:
-            if (tryEdit(grants,
-                        [&] { values.insert(values.begin() + position, values.begin() + from, values.begin() + to); }))
-                model.insert(model.begin() + position, range.begin(), range.end());
-            break;
-        case 3:
-            if (tryEdit(grants, [&] { values.insert(values.begin() + position, 3, value); }))
-                model.insert(model.begin() + position, 3, value);
-            break;
-        case 4:
-            values.erase(values.begin() + from, values.begin() + to);
-            model.erase(model.begin() + from, model.begin() + to);
-            break;
-        case 5:
-            if (tryEdit(grants, [&] { values.resize(gap + 1); }))
-                model.resize(gap + 1);
-            break;
-        case 6:
-            if (tryEdit(grants, [&] { values.resize(model.size() + 2, value); }))
-                model.resize(model.size() + 2, value);
-            break;
-        case 7:
-        {
-            const pod_vector<int> copy(values);
-            static_cast<void>(tryEdit(grants, [&] { values = copy; }));
-            break;
-        }
-        default:
-            values.clear();
-            model.clear();
-            break;
-        }
-        ASSERT_EQ(contents(values), model) << "step " << step;
-    }
+    foundationtest::compareRandomEditsWithStandardVector<pod_vector<int>, int>(20000,
+                                                                               [](int number) { return number; });
 }
 
 } // namespace
