@@ -7,5 +7,6 @@ void addTreeBenchmarks();
 void addReferenceBenchmarks();
 void addElementBenchmarks();
 void addNameBenchmarks();
+void addEditingBenchmarks();
 
 } // namespace db2bench

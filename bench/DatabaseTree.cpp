@@ -2,6 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <array>
 #include <stdexcept>
 
 namespace db2bench {
@@ -23,6 +24,20 @@ void mustSucceed(db2::Status status)
 db2::NodeTemplate* makeType(const wchar_t* name, DatabaseTree::TypeId typeId)
 {
     return new db2::NodeTemplate(name, typeId, benchModule());
+}
+
+/// The compute function of kComputed.
+void computeWorld(db2::DataInterface& data, db2::Node&, db2::Element** elements, void*)
+{
+    const auto valueOf = [elements](DatabaseTree::ComputedElement index) {
+        return static_cast<const db2::Attribute*>(elements[index])->getValue().getFloat();
+    };
+    auto* const world = static_cast<db2::Attribute*>(elements[DatabaseTree::kWorld]);
+    db2::ValueHandle value;
+    if (data.db_lockAttribute(world, &value) != db2::Status::kSuccess)
+        return;
+    value.getFloat() = valueOf(DatabaseTree::kParentWorld) + valueOf(DatabaseTree::kLocal);
+    data.db_unlockAttribute(world);
 }
 
 bool equals(const kqx::Matrix& matrix, const std::array<float, 16>& wanted)
@@ -58,6 +73,17 @@ DatabaseTree::Registry::Registry()
     auto* const array = makeType(L"FloatArray", kFloatArray);
     mustSucceed(array->addAttribute(arrayDefinition, L"values"));
     mustSucceed(registerNodeTemplate(array));
+
+    db2::FloatAttributeMetaDataDef localDefinition;
+    localDefinition.setDefaultValue(1.0f);
+    constexpr std::array<unsigned int, 3> inputs = {kLocal, kParentWorld, db2::NodeTemplate::kEndOfList};
+    constexpr std::array<unsigned int, 2> outputs = {kWorld, db2::NodeTemplate::kEndOfList};
+    auto* const computed = makeType(L"Computed", kComputed);
+    mustSucceed(computed->addAttribute(localDefinition, L"local"));
+    mustSucceed(computed->addAttribute(floatDefinition, L"parentWorld"));
+    mustSucceed(computed->addAttribute(floatDefinition, L"world"));
+    mustSucceed(computed->addComputeSet(inputs.data(), outputs.data(), computeWorld, nullptr));
+    mustSucceed(registerNodeTemplate(computed));
 }
 
 DatabaseTree::DatabaseTree() : data_(&core_)

@@ -10,8 +10,8 @@
 
 namespace db2bench {
 
-/// The library's side of the benchmarks: a core with a node type for each of them. Edits go through a DataInterface, as
-/// those of a host do. Needs a running library.
+/// The library's side of the tree benchmarks: a core with the node types of all benchmarks. Edits go through a
+/// DataInterface, as those of a host do. Needs a running library.
 class DatabaseTree
 {
 public:
@@ -60,14 +60,26 @@ public:
 
     // --- For the other benchmarks ---
 
+    /// From now on every edit goes through @p layer, which ends at core(); not owned, and unused after its end.
+    void editThrough(db2::DataInterface& layer) { data_ = &layer; }
+
     enum TypeId : unsigned int
     {
         kEightAttributes = 1, ///< f0, f1, i, b, s, v, m, c
         kOneFloat = 2,        ///< one Float attribute
-        kFloatArray = 3       ///< one attribute array of Floats
+        kFloatArray = 3,      ///< one attribute array of Floats
+        kComputed = 4         ///< the elements of ComputedElement; computes the world value
+    };
+
+    enum ComputedElement : unsigned int
+    {
+        kLocal,       ///< 1 by default
+        kParentWorld, ///< references the parent's world value; 0 while it does not
+        kWorld        ///< the sum of the two
     };
 
     [[nodiscard]] db2::DataInterface& data() { return *data_; }
+    [[nodiscard]] db2::CoreManager& core() { return core_; }
     [[nodiscard]] const db2::CoreManager& core() const { return core_; }
 
     /// Null on failure.
@@ -122,7 +134,7 @@ private:
 
     Registry registry_;
     db2::CoreManager core_{registry_, kOneFloat};
-    db2::DataInterface* data_; ///< the core, in a way that hides it from the compiler, as layers would
+    db2::DataInterface* data_; ///< at first the core, in a way that hides it from the compiler, as layers would
 };
 
 } // namespace db2bench

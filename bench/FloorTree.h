@@ -27,7 +27,8 @@ public:
         Item* previous = nullptr;
         Item* next = nullptr;
         std::uint32_t hash = 0;
-        std::string name; ///< short enough to need no memory of its own, as is s
+        bool destroyed = false; ///< out of the tree
+        std::string name;       ///< short enough to need no memory of its own, as is s
         float f0 = 0;
         float f1 = 0;
         int i = 0;
@@ -63,8 +64,7 @@ public:
         item->owner = parent;
         item->hash = hash;
         item->name = name.view();
-        linkLast(*item);
-        names_.enter(item);
+        putIn(*item, nullptr);
         return item;
     }
 
@@ -125,7 +125,8 @@ public:
         while (item != &root_)
         {
             Item* const next = item->next != nullptr ? leftmostLeaf(item->next) : item->owner;
-            destroyLeaf(*item);
+            takeOut(*item);
+            destroyed_.push_back(item);
             item = next;
         }
         for (Item* const destroyed : destroyed_)
@@ -150,31 +151,37 @@ public:
         return true;
     }
 
-private:
-    using Names = NameTable<Item>;
-
-    static Item* leftmostLeaf(Item* item)
+protected:
+    [[nodiscard]] static Item* leftmostLeaf(Item* item)
     {
         while (item->first != nullptr)
             item = item->first;
         return item;
     }
 
-    static void linkLast(Item& item)
+    /// Links the item under its owner, in front of @p next, last for null.
+    void putIn(Item& item, Item* next)
     {
         Item& parent = *item.owner;
-        item.previous = parent.last;
+        item.destroyed = false;
+        item.next = next;
+        item.previous = next != nullptr ? next->previous : parent.last;
         (item.previous != nullptr ? item.previous->next : parent.first) = &item;
-        parent.last = &item;
+        (next != nullptr ? next->previous : parent.last) = &item;
+        names_.enter(&item);
     }
 
-    void destroyLeaf(Item& item)
+    /// Unlinks a leaf; its owner stays known.
+    void takeOut(Item& item)
     {
         names_.remove(&item);
         (item.previous != nullptr ? item.previous->next : item.owner->first) = item.next;
         (item.next != nullptr ? item.next->previous : item.owner->last) = item.previous;
-        destroyed_.push_back(&item);
+        item.destroyed = true;
     }
+
+private:
+    using Names = NameTable<Item>;
 
     Item root_;
     Names names_;

@@ -2,6 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <initializer_list>
 #include <string>
@@ -9,19 +10,23 @@
 /// How a benchmark is named, run and timed.
 ///
 /// A benchmark is one pass over N nodes (or whatever it counts): set-up, the timed work, a check of the result, and the
-/// end, of which only the work is timed, by the CPU clock of the process. One iteration is one pass; repetitions give
-/// minimum and median, and Google Benchmark shuffles the repetitions of all benchmarks, so that what disturbs the
-/// machine for a while disturbs the library and the floor alike.
+/// end, of which only the work is timed, by the CPU clock of the process. One iteration is one pass; repetitions, which
+/// the caller asks for, give minimum and median. tools/bench_run runs the sides in turns, so that what disturbs the
+/// machine for a while disturbs them alike.
 namespace db2bench {
 
-/// One pass. It calls measure() once, and state.SkipWithError() when its result is wrong.
+/// One pass. It calls measure() or measureLoop() once, and state.SkipWithError() when its result is wrong.
 using Pass = void (*)(benchmark::State& state, std::size_t count);
 
 /// The counter that measure() sets: CPU nanoseconds of one operation.
 inline constexpr const char* kCostCounter = "ns_per_op";
 
+/// The counter of a loop that stopped early: how many operations it carried out, which are those that the cost is of.
+inline constexpr const char* kStoppedCounter = "stopped_after";
+
 /// Registers the passes "<workload>/<variant>/<side>/<count>", for example "create/tree/db2/10000".
-/// @param side  "db2" or "floor"; the table sets the two side by side.
+/// What a pass throws counts as a failure of it.
+/// @param side  "db2", "floor" or the name of a peer; the table sets them side by side.
 void addBenchmark(const std::string& workload, const std::string& variant, const std::string& side, Pass pass,
                   std::initializer_list<std::size_t> counts);
 
@@ -51,6 +56,54 @@ double measure(benchmark::State& state, std::size_t operations, Work work)
     state.SetIterationTime(seconds);
     state.counters[kCostCounter] = seconds * 1e9 / static_cast<double>(operations);
     return static_cast<double>(heapAfter) - static_cast<double>(heapBefore);
+}
+
+/// CPU seconds after which a loop of single operations stops: enough to know what one of them costs, however slow.
+inline constexpr double kLongestLoop = 8;
+
+/// Calls work(0), work(1) and so on, @p total times or until the loop is too long.
+/// @return the number of calls.
+template <class Work>
+std::size_t repeat(std::size_t total, Work work)
+{
+    const double start = cpuSeconds();
+    std::size_t nextLook = 1; // at the clock: when about a tenth of a second more has passed
+    for (std::size_t done = 0; done < total;)
+    {
+        work(done++);
+        if (done < nextLook)
+            continue;
+        const double seconds = cpuSeconds() - start;
+        if (seconds > kLongestLoop)
+            return done;
+        const double callsASecond = static_cast<double>(done) / std::max(seconds, 1e-4);
+        nextLook = done + std::max<std::size_t>(1, static_cast<std::size_t>(0.1 * callsASecond));
+    }
+    return total;
+}
+
+struct LoopResult
+{
+    std::size_t calls = 0;
+    double bytes = 0; ///< by which the heap grew
+};
+
+/// Times a loop as repeat() runs it.
+/// @param operationsACall  what a call counts for in the cost.
+template <class Work>
+LoopResult measureLoop(benchmark::State& state, std::size_t total, std::size_t operationsACall, Work work)
+{
+    LoopResult result;
+    const std::size_t heapBefore = heapBytesInUse();
+    const double before = cpuSeconds();
+    result.calls = repeat(total, work);
+    const double seconds = cpuSeconds() - before;
+    result.bytes = static_cast<double>(heapBytesInUse()) - static_cast<double>(heapBefore);
+    state.SetIterationTime(seconds);
+    state.counters[kCostCounter] = seconds * 1e9 / static_cast<double>(result.calls * operationsACall);
+    if (result.calls < total)
+        state.counters[kStoppedCounter] = static_cast<double>(result.calls);
+    return result;
 }
 
 /// Ends the pass as failed unless @p right.

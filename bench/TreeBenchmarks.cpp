@@ -7,7 +7,6 @@
 #include "Workload.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <numeric>
 #include <random>
 #include <string_view>
@@ -170,34 +169,26 @@ void visitPass(benchmark::State& state, std::size_t count)
 
 // --- Look-up by name ---
 
-/// The look-ups of all nodes in a random order, prepared so that carrying them out reads memory in a row: for each the
-/// node to start at, the node to find and the names on the way, each with its length before it and a null character
-/// behind it.
+/// Each node under its parent by its name, in a random order, prepared so that carrying the look-ups out reads memory in
+/// a row: a name stands with its length before it and a null character behind it.
 template <class Side>
 struct LookUps
 {
     using NodeRef = typename Side::NodeRef;
     using Character = typename Side::Character;
 
-    std::vector<NodeRef> starts;
-    std::vector<NodeRef> ends;
-    std::vector<std::uint32_t> steps;
+    std::vector<NodeRef> parents;
+    std::vector<NodeRef> wanted;
     std::vector<Character> texts;
 
-    void add(NodeRef start, NodeRef end)
+    void add(NodeRef node)
     {
-        std::vector<std::basic_string_view<Character>> names; // from the end up to the start
-        for (NodeRef node = end; node != start; node = Side::parentOf(node))
-            names.push_back(Side::nameOf(node));
-        starts.push_back(start);
-        ends.push_back(end);
-        steps.push_back(static_cast<std::uint32_t>(names.size()));
-        for (auto name = names.rbegin(); name != names.rend(); ++name)
-        {
-            texts.push_back(static_cast<Character>(name->size()));
-            texts.insert(texts.end(), name->begin(), name->end());
-            texts.push_back(Character{});
-        }
+        const std::basic_string_view<Character> name = Side::nameOf(node);
+        parents.push_back(Side::parentOf(node));
+        wanted.push_back(node);
+        texts.push_back(static_cast<Character>(name.size()));
+        texts.insert(texts.end(), name.begin(), name.end());
+        texts.push_back(Character{});
     }
 
     /// @return how many found their node.
@@ -205,23 +196,18 @@ struct LookUps
     {
         std::size_t found = 0;
         const Character* text = texts.data();
-        for (std::size_t i = 0; i < starts.size(); ++i)
+        for (std::size_t i = 0; i < parents.size(); ++i)
         {
-            NodeRef at = starts[i];
-            for (std::uint32_t step = 0; step < steps[i] && at != nullptr; ++step)
-            {
-                const auto length = static_cast<std::size_t>(*text);
-                at = side.find(at, {text + 1, length});
-                text += length + 2;
-            }
-            if (at == ends[i])
+            const auto length = static_cast<std::size_t>(*text);
+            if (side.find(parents[i], {text + 1, length}) == wanted[i])
                 ++found;
+            text += length + 2;
         }
         return found;
     }
 };
 
-template <class Side, Shape shape, bool byPath>
+template <class Side, Shape shape>
 void findPass(benchmark::State& state, std::size_t count)
 {
     Scene<Side> scene;
@@ -232,10 +218,7 @@ void findPass(benchmark::State& state, std::size_t count)
     std::shuffle(order.begin(), order.end(), std::mt19937(42));
     LookUps<Side> lookUps;
     for (const std::size_t serial : order)
-    {
-        const auto node = scene.nodes[serial];
-        lookUps.add(byPath ? scene.side.root() : Side::parentOf(node), node);
-    }
+        lookUps.add(scene.nodes[serial]);
     std::size_t found = 0;
     measure(state, count, [&] { found = lookUps.carryOut(scene.side); });
     require(state, scene.right && found == count, "a node was not found");
@@ -281,9 +264,8 @@ void addSide()
     add("create_with_values_warm", "tree", createPass<Side, Shape::kTree, true, Heap::kWarm>);
     add("write", "tree", writePass<Side, Shape::kTree>);
     add("write", "flat", writePass<Side, Shape::kFlat>);
-    add("find", "tree", findPass<Side, Shape::kTree, false>);
-    add("find", "flat", findPass<Side, Shape::kFlat, false>);
-    add("find_path", "tree", findPass<Side, Shape::kTree, true>);
+    add("find", "tree", findPass<Side, Shape::kTree>);
+    add("find", "flat", findPass<Side, Shape::kFlat>);
     add("visit", "tree", visitPass<Side, Shape::kTree>);
     add("visit", "flat", visitPass<Side, Shape::kFlat>);
     add("visit", "chain", visitPass<Side, Shape::kChain>);
