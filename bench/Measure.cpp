@@ -39,10 +39,7 @@ void addBenchmark(const std::string& workload, const std::string& variant, const
                 carryOut(pass, state, count);
             }
         };
-        benchmark::RegisterBenchmark(name.c_str(), run)
-            ->Iterations(1)
-            ->UseManualTime()
-            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark(name.c_str(), run)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
     }
 }
 

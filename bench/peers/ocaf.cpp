@@ -5,8 +5,8 @@
 #include "Program.h"
 
 #include <BinLDrivers.hxx>
-#include <TCollection_AsciiString.hxx>
 #include <TColStd_MapIteratorOfMapOfInteger.hxx>
+#include <TCollection_AsciiString.hxx>
 #include <TDF_ChildIterator.hxx>
 #include <TDF_Delta.hxx>
 #include <TDF_LabelList.hxx>
