@@ -15,11 +15,26 @@
 /// EditingWorkloads.h).
 namespace db2bench {
 
+/// Ends a side with its document at the end of a pass. A side with a constant kIsLeftInMemory is not ended: some peers need
+/// minutes to free a deep tree, or run out of stack, which must not cost them the figure that the pass has measured.
+template <class Side>
+struct SideEnd
+{
+    void operator()(Side* side) const
+    {
+        if constexpr (!requires { Side::kIsLeftInMemory; })
+            delete side;
+    }
+};
+
+template <class Side>
+using SideOwner = std::unique_ptr<Side, SideEnd<Side>>;
+
 /// A side with a tree in it.
 template <class Side>
 struct Document
 {
-    std::unique_ptr<Side> side = std::make_unique<Side>();
+    SideOwner<Side> side{new Side};
     std::vector<typename Side::NodeRef> nodes; ///< without a top node, in the order of creation
 };
 

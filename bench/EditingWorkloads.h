@@ -28,7 +28,8 @@
 ///   observe(counter)              adds up the values that each unit of work wrote
 ///   buildComputed(parents), setLocal(i, value), updateComputed(), world(i)
 ///                                 nodes whose world is their parent's plus their local value, which is 1 at first
-/// and, when it has a look-up by path of its own, find(path), with a null character behind the path.
+/// and, when it has them, find(path), a look-up by path of its own, with a null character behind the path, and the constant
+/// kIsLeftInMemory (see SideEnd).
 namespace db2bench {
 
 // --- One unit of work: f0 of every node is written ---
@@ -180,7 +181,8 @@ void computePass(benchmark::State& state, std::size_t count)
 {
     const std::vector<int> parents = makeParents(shape, count);
     const int last = static_cast<int>(count) - 1;
-    Side side;
+    const SideOwner<Side> owner(new Side);
+    Side& side = *owner;
     if constexpr (timed == ComputeStep::kBuild)
     {
         measure(state, count, [&] { side.buildComputed(parents); });
@@ -286,7 +288,7 @@ void subtreePass(benchmark::State& state, std::size_t count)
     if constexpr (timed == SubtreeStep::kTearDown)
     {
         document.nodes = {}; // so that nothing but the document holds the nodes
-        measure(state, count, [&] { document.side.reset(); });
+        measure(state, count, [side = document.side.release()] { delete side; });
         return;
     }
     if constexpr (timed == SubtreeStep::kDestroy)

@@ -39,6 +39,7 @@ class JuceEditor
 {
 public:
     static constexpr const char* kSide = "juce";
+    static constexpr bool kIsLeftInMemory = true;
     using Character = char;
     using NodeRef = juce::ValueTree;
 

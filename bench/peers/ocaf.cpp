@@ -115,6 +115,7 @@ class OcafEditor
 {
 public:
     static constexpr const char* kSide = "ocaf";
+    static constexpr bool kIsLeftInMemory = true;
     using Character = char;
     using NodeRef = TDF_Label;
 

@@ -98,6 +98,7 @@ class QtEditor
 {
 public:
     static constexpr const char* kSide = "qt";
+    static constexpr bool kIsLeftInMemory = true;
     using Character = char;
     using NodeRef = QStandardItem*;
 
