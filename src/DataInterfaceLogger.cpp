@@ -55,10 +55,9 @@ const wchar_t* show(const wchar_t* text)
 /// @param text  one of the strings that serve every call, so that repeated logging does not allocate.
 const wchar_t* showPath(const Attribute* attribute, kqx::String& text)
 {
-    text.clear();
     if (attribute == nullptr)
         return L"0";
-    static_cast<void>(dbu_attributeToPath(nullptr, attribute, &text)); // a path that cannot be built shows as nothing
+    static_cast<void>(dbu_attributeToPath(nullptr, attribute, &text)); // empties the text of a path it cannot build
     return text.c_str();
 }
 

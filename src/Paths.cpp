@@ -186,12 +186,44 @@ Status collectSteps(const Node* root, const Node* node, Steps& steps)
     return Status::kSuccess;
 }
 
-/// Builds a node's path and lets @p appendElement go on behind it. Leaves the path empty when anything fails.
-template <class AppendElement>
-Status buildPath(const Node* root, const Node* node, kqx::String* path, AppendElement appendElement)
+/// Writes a path over the text that was there, so that a text that is used again and again keeps its memory.
+class PathWriter
 {
-    if (path != nullptr)
-        path->clear();
+public:
+    explicit PathWriter(kqx::String& path) : path_(path) {}
+
+    void step(wchar_t separator, const wchar_t* name)
+    {
+        if (isEmpty_)
+            path_.assign(&separator, 1);
+        else
+            path_ += separator;
+        isEmpty_ = false;
+        dbu_appendEscapeNames(name, path_);
+    }
+
+    void item(unsigned int index)
+    {
+        path_ += L'[';
+        kqx::appendNumber(path_, static_cast<int>(index));
+        path_ += L']';
+    }
+
+    void finish()
+    {
+        if (isEmpty_)
+            path_.clear();
+    }
+
+private:
+    kqx::String& path_;
+    bool isEmpty_ = true;
+};
+
+/// Builds a node's path and lets @p writeElement go on behind it.
+template <class WriteElement>
+Status tryToBuildPath(const Node* root, const Node* node, kqx::String* path, WriteElement writeElement)
+{
     if (node == nullptr)
         return refuse(Status::kNullOutput, L"A valid node pointer must be given.", nullptr);
     if (path == nullptr)
@@ -201,23 +233,23 @@ Status buildPath(const Node* root, const Node* node, kqx::String* path, AppendEl
     if (status != Status::kSuccess)
         return status;
     const bool built = succeeds([&] {
+        PathWriter writer(*path);
         while (steps.count-- > 0)
-        {
-            *path += L'|';
-            dbu_appendEscapeNames(steps.nodes[steps.count]->getName().c_str(), *path);
-        }
-        appendElement(*path);
+            writer.step(L'|', steps.nodes[steps.count]->getName().c_str());
+        writeElement(writer);
+        writer.finish();
     });
-    if (built)
-        return Status::kSuccess;
-    path->clear();
-    return Status::kFailure;
+    return built ? Status::kSuccess : Status::kFailure;
 }
 
-void appendElementStep(kqx::String& path, wchar_t separator, const Element& element)
+/// The same, and leaves the path empty when it cannot be built.
+template <class WriteElement>
+Status buildPath(const Node* root, const Node* node, kqx::String* path, WriteElement writeElement)
 {
-    path += separator;
-    dbu_appendEscapeNames(element.getName(), path);
+    const Status status = tryToBuildPath(root, node, path, writeElement);
+    if (status != Status::kSuccess && path != nullptr)
+        path->clear();
+    return status;
 }
 
 } // namespace
@@ -320,26 +352,25 @@ Status dbu_pathToAttribute(const Node* root, const wchar_t* path, Attribute** at
 
 Status dbu_nodeToPath(const Node* root, const Node* node, kqx::String* path)
 {
-    return buildPath(root, node, path, [](kqx::String&) {});
+    return buildPath(root, node, path, [](PathWriter&) {});
 }
 
 Status dbu_attributeArrayToPath(const Node* root, const AttributeArray* array, kqx::String* path)
 {
     return buildPath(root, array != nullptr ? array->getNode() : nullptr, path,
-                     [array](kqx::String& out) { appendElementStep(out, L':', *array); });
+                     [array](PathWriter& writer) { writer.step(L':', array->getName()); });
 }
 
 Status dbu_attributeToPath(const Node* root, const Attribute* attribute, kqx::String* path)
 {
-    return buildPath(root, attribute != nullptr ? attribute->getNode() : nullptr, path, [attribute](kqx::String& out) {
-        const AttributeArray* const array = attribute->getParentArray();
-        if (array == nullptr)
-            return appendElementStep(out, L'.', *attribute);
-        appendElementStep(out, L':', *array);
-        out += L'[';
-        kqx::appendNumber(out, static_cast<int>(attribute->getIndex()));
-        out += L']';
-    });
+    return buildPath(root, attribute != nullptr ? attribute->getNode() : nullptr, path,
+                     [attribute](PathWriter& writer) {
+                         const AttributeArray* const array = attribute->getParentArray();
+                         if (array == nullptr)
+                             return writer.step(L'.', attribute->getName());
+                         writer.step(L':', array->getName());
+                         writer.item(attribute->getIndex());
+                     });
 }
 
 void dbu_appendEscapeNames(const wchar_t* name, kqx::String& out)

@@ -167,12 +167,12 @@ TEST_F(PathBuildingTest, WithoutMemoryThereIsNoPathAndNoMessage)
     for (const wchar_t* const name : {L"short", L"a.name.with.many.characters.that.are.written.with.an.escape"})
     {
         const Node* const node = scene.node(name, c);
+        path = kqx::String(); // without memory of its own
         const std::size_t failures = failUntilMemorySuffices([&] { return dbu_nodeToPath(nullptr, node, &path); },
                                                              [&] { EXPECT_EQ(path, L""); });
         EXPECT_GT(failures, 0u);
         EXPECT_TRUE(scene.log().take().empty());
         EXPECT_TRUE(std::wstring(path.c_str()).starts_with(L"|a|b|c|"));
-        path = kqx::String();
     }
 }
 
@@ -274,6 +274,7 @@ TEST_F(PathBuildingTest, AnElementWhoseNodeHasNoPathHasNone)
 TEST_F(PathBuildingTest, WithoutMemoryAnElementHasNoPath)
 {
     const AttributeArray* const array = items(c, 1);
+    path = kqx::String(); // without memory of its own
     EXPECT_GT(failUntilMemorySuffices([&] { return dbu_attributeToPath(nullptr, array->getAttribute(0), &path); },
                                       [&] { EXPECT_EQ(path, L""); }),
               0u);
@@ -283,6 +284,16 @@ TEST_F(PathBuildingTest, WithoutMemoryAnElementHasNoPath)
                                       [&] { EXPECT_EQ(path, L""); }),
               0u);
     EXPECT_EQ(path, L"|a|b|c:IntItems");
+}
+
+TEST_F(PathBuildingTest, AStringThatIsUsedAgainKeepsItsMemory)
+{
+    ASSERT_EQ(dbu_nodeToPath(nullptr, c, &path), Status::kSuccess);
+    const HeapThatRunsOut heap(0);
+    EXPECT_EQ(dbu_nodeToPath(nullptr, b, &path), Status::kSuccess);
+    EXPECT_EQ(path, L"|a|b");
+    EXPECT_EQ(dbu_nodeToPath(nullptr, c, &path), Status::kSuccess);
+    EXPECT_EQ(path, L"|a|b|c");
 }
 
 // --- Escaped names ---
