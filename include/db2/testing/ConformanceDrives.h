@@ -35,7 +35,8 @@ struct Results
 
     Node* node;
     Element* element;
-    ValueHandle value; ///< without a value until one is written
+    DefaultValue untouched{AttributeType::kFloat};
+    ValueHandle value{untouched};
     void* values = &node;
 };
 

@@ -100,45 +100,26 @@ private:
     /// @param refusal  what the next layer answers; kSuccess when it refuses nothing.
     void performOn(const Drive& drive, Status refusal)
     {
-        Bench bench(makeLayer_);
         situation_ = drive.situation;
-        if (bench.layer == nullptr)
-            return add(drive, "a layer", "none was made");
-        if (drive.prepare != nullptr)
-        {
-            Results unused(bench.tree);
-            drive.prepare({*bench.layer, bench.tree, unused});
-        }
-        if (refusal != Status::kSuccess)
-        {
-            const std::string plain = situation_;
-            situation_ = plain + ", refused with " + textOf(refusal);
-            bench.inner.refuse(drive.operation, refusal);
-            perform(drive, bench);
-            bench.inner.refuseNothing();
-            situation_ = plain + ", after a refusal with " + textOf(refusal);
-        }
-        perform(drive, bench);
-    }
-
-    void perform(const Drive& drive, Bench& bench)
-    {
-        Results results(bench.tree);
-        RecordingLayer wanted(nullptr);
-        drive.perform({wanted, bench.tree, results}); // arrives as it is, and changes nothing
-        bench.inner.clear();
-        const void* const untouched = results.of(drive.operation);
         try
         {
-            const Status answer = drive.perform({*bench.layer, bench.tree, results});
-            if (drive.kind == Drive::kImpossible)
-                judgeImpossible(drive, bench, answer);
-            else
-                judge(drive, bench, wanted.calls().front(), answer);
-            if (answer != Status::kSuccess && results.of(drive.operation) != untouched)
-                add(drive, "the result to be left alone", "a call that fails wrote it");
-            else if (answer == Status::kSuccess && wanted.calls().front().outPointer != nullptr)
-                judgeResult(drive, bench, results);
+            Bench bench(makeLayer_);
+            if (bench.layer == nullptr)
+                return add(drive, "a layer", "none was made");
+            if (drive.prepare != nullptr)
+            {
+                Results unused(bench.tree);
+                drive.prepare({*bench.layer, bench.tree, unused});
+            }
+            if (refusal != Status::kSuccess)
+            {
+                situation_ = drive.situation + (", refused with " + textOf(refusal));
+                bench.inner.refuse(drive.operation, refusal);
+                perform(drive, bench);
+                bench.inner.refuseNothing();
+                situation_ = drive.situation + (", after a refusal with " + textOf(refusal));
+            }
+            perform(drive, bench);
         }
         catch (...)
         {
@@ -146,61 +127,61 @@ private:
         }
     }
 
-    // --- Judging: a layer may make further calls, before and behind the one that it passes on ---
-
-    void judge(const Drive& drive, const Bench& bench, const RecordedCall& wanted, Status answer)
+    void perform(const Drive& drive, Bench& bench)
     {
-        const RecordedCall* passedOn = nullptr;
-        const RecordedCall* similar = nullptr;
-        std::size_t times = 0;
-        for (const RecordedCall& call : bench.inner.calls())
-        {
-            if (call.operation != wanted.operation)
-                continue;
-            similar = &call;
-            if (!mayChange(drive.operation) && call.arguments != wanted.arguments)
-                continue;
-            passedOn = &call;
-            ++times;
-        }
-        const std::string expected = textOf(wanted, bench.tree) + " to be passed on";
-        if (similar == nullptr)
-            return add(drive, expected, "nothing of the kind arrived");
-        if (passedOn == nullptr)
-            return add(drive, expected, textOf(*similar, bench.tree) + " arrived");
-        if (times > 1 && !mayChange(drive.operation))
-            return add(drive, expected + " once", "it arrived " + std::to_string(times) + " times");
-        judgeAnswer(drive, *passedOn, answer);
+        Results results(bench.tree);
+        RecordingLayer record(nullptr);
+        drive.perform({record, bench.tree, results}); // arrives as it is, and changes nothing
+        const RecordedCall& wanted = record.calls().front();
+        bench.inner.clear();
+        const void* const untouched = results.of(drive.operation);
+        const Status answer = drive.perform({*bench.layer, bench.tree, results});
+
+        const std::vector<const RecordedCall*> passedOn = passedOnAs(wanted, bench);
+        if (drive.kind == Drive::kOrdinary)
+            judge(drive, bench, wanted, passedOn);
+        else if (answer == Status::kSuccess && !mayChange(drive.operation))
+            add(drive, "a refusal", "the layer answered kSuccess");
+        if (passedOn.size() == 1)
+            judgeAnswer(drive, *passedOn.front(), answer);
+        if (answer != Status::kSuccess && results.of(drive.operation) != untouched)
+            add(drive, "the result to be left alone", "a call that fails wrote it");
+        if (answer == Status::kSuccess && wanted.outPointer != nullptr && passedOn.size() == 1 &&
+            results.of(drive.operation) != passedOn.front()->result)
+            add(drive, "the result that the next layer gave", "it did not arrive");
     }
 
-    void judgeImpossible(const Drive& drive, const Bench& bench, Status answer)
+    // --- Judging: a layer may make further calls, before and behind the one that it passes on ---
+
+    /// The calls that arrived and are the wanted one.
+    [[nodiscard]] std::vector<const RecordedCall*> passedOnAs(const RecordedCall& wanted, const Bench& bench) const
     {
-        const RecordedCall* const passedOn = lastOf(drive.operation, bench);
-        if (answer == Status::kSuccess)
-            add(drive, "a refusal", "the layer answered kSuccess");
-        else if (passedOn != nullptr)
-            judgeAnswer(drive, *passedOn, answer);
+        std::vector<const RecordedCall*> found;
+        for (const RecordedCall& call : bench.inner.calls())
+            if (call.operation == wanted.operation && (mayChange(call.operation) || call.arguments == wanted.arguments))
+                found.push_back(&call);
+        return found;
+    }
+
+    void judge(const Drive& drive, const Bench& bench, const RecordedCall& wanted,
+               const std::vector<const RecordedCall*>& passedOn)
+    {
+        if (passedOn.size() == 1)
+            return;
+        const std::string expected = textOf(wanted, bench.tree) + " to be passed on";
+        if (passedOn.size() > 1)
+            return add(drive, expected + " once", "it arrived " + std::to_string(passedOn.size()) + " times");
+        const std::vector<RecordedCall>& calls = bench.inner.calls();
+        const auto similar = std::find_if(calls.begin(), calls.end(),
+                                          [&](const RecordedCall& call) { return call.operation == wanted.operation; });
+        add(drive, expected,
+            (similar != calls.end() ? textOf(*similar, bench.tree) : std::string("nothing of the kind")) + " arrived");
     }
 
     void judgeAnswer(const Drive& drive, const RecordedCall& passedOn, Status answer)
     {
         if (answer != passedOn.answer)
             add(drive, "the next layer's answer, " + textOf(passedOn.answer), "the layer answered " + textOf(answer));
-    }
-
-    void judgeResult(const Drive& drive, const Bench& bench, const Results& results)
-    {
-        const RecordedCall* const passedOn = lastOf(drive.operation, bench);
-        if (passedOn != nullptr && results.of(drive.operation) != passedOn->result)
-            add(drive, "the result that the next layer gave", "it did not arrive");
-    }
-
-    [[nodiscard]] static const RecordedCall* lastOf(Operation operation, const Bench& bench)
-    {
-        const std::vector<RecordedCall>& calls = bench.inner.calls();
-        const auto found = std::find_if(calls.rbegin(), calls.rend(),
-                                        [&](const RecordedCall& call) { return call.operation == operation; });
-        return found != calls.rend() ? &*found : nullptr;
     }
 
     [[nodiscard]] bool mayChange(Operation operation) const
