@@ -9,30 +9,6 @@
 namespace db2 {
 namespace {
 
-/// The operations' slots in DataInterface, which are their bits in the mask.
-enum Slot : unsigned int
-{
-    kCreateNode,
-    kCreateUnknownNode,
-    kDestroyLeafNode,
-    kRenameNode,
-    kReparentNode,
-    kReorderNode,
-    kCreateDynamicElement,
-    kDestroyDynamicElement,
-    kRenameDynamicElement,
-    kResizeAttributeArray,
-    kCreateReference,
-    kDestroyReference,
-    kLockAttribute,
-    kUnlockAttribute,
-    kLockAttributeArray,
-    kUnlockAttributeArray,
-    kCommit,
-    kCommitTransient,
-    kClear
-};
-
 // How arguments show in a line.
 
 const wchar_t* show(const Node* node)
@@ -68,7 +44,7 @@ const wchar_t* showPath(const Attribute* attribute, kqx::String& text)
 Status DataInterfaceLogger::db_createNode(unsigned int typeId, const wchar_t* name, Node* parent, Node* next,
                                           Node** outNode)
 {
-    if (isSlotEnabled(kCreateNode))
+    if (isEnabled(Operation::kCreateNode))
         logInfo(L"db_createNode(typeId='%d', name='%s', parent='%s', next='%s')", typeId, show(name), show(parent),
                 show(next));
     return ForwardingLayer::db_createNode(typeId, name, parent, next, outNode);
@@ -77,7 +53,7 @@ Status DataInterfaceLogger::db_createNode(unsigned int typeId, const wchar_t* na
 Status DataInterfaceLogger::db_createUnknownNode(const wchar_t* typeName, const Module& module, const wchar_t* name,
                                                  Node* parent, Node* next, bool legacy, Node** outNode)
 {
-    if (isSlotEnabled(kCreateUnknownNode))
+    if (isEnabled(Operation::kCreateUnknownNode))
         logInfo(L"db_createUnknownNode(typeName='%d', module='%s', name='%s', parent='%s', next='%s', legacy='%s')",
                 typeName, module.getId().c_str(), show(name), show(parent), show(next),
                 legacy ? L"\"true\"" : L"\"false\"");
@@ -86,21 +62,21 @@ Status DataInterfaceLogger::db_createUnknownNode(const wchar_t* typeName, const 
 
 Status DataInterfaceLogger::db_destroyLeafNode(Node* node)
 {
-    if (isSlotEnabled(kDestroyLeafNode))
+    if (isEnabled(Operation::kDestroyLeafNode))
         logInfo(L"db_destroyLeafNode(node='%s')", show(node));
     return ForwardingLayer::db_destroyLeafNode(node);
 }
 
 Status DataInterfaceLogger::db_renameNode(Node* node, const wchar_t* name)
 {
-    if (isSlotEnabled(kRenameNode))
+    if (isEnabled(Operation::kRenameNode))
         logInfo(L"db_renameNode(node='%s', name='%s')", show(node), show(name));
     return ForwardingLayer::db_renameNode(node, name);
 }
 
 Status DataInterfaceLogger::db_reparentNode(Node* node, Node* newParent, Node* next, const wchar_t* name)
 {
-    if (isSlotEnabled(kReparentNode))
+    if (isEnabled(Operation::kReparentNode))
         logInfo(L"db_reparentNode(node='%s', newParent='%s', next='%s', name='%s')", show(node), show(newParent),
                 show(next), show(name));
     return ForwardingLayer::db_reparentNode(node, newParent, next, name);
@@ -108,7 +84,7 @@ Status DataInterfaceLogger::db_reparentNode(Node* node, Node* newParent, Node* n
 
 Status DataInterfaceLogger::db_reorderNode(Node* node, Node* next)
 {
-    if (isSlotEnabled(kReorderNode))
+    if (isEnabled(Operation::kReorderNode))
         logInfo(L"db_reorderNode(node='%s', next='%s')", show(node), show(next));
     return ForwardingLayer::db_reorderNode(node, next);
 }
@@ -118,7 +94,7 @@ Status DataInterfaceLogger::db_reorderNode(Node* node, Node* next)
 Status DataInterfaceLogger::db_createDynamicElement(const ElementMetaDataDef& definition, const wchar_t* name,
                                                     Node* node, Element* next, Element** outElement)
 {
-    if (isSlotEnabled(kCreateDynamicElement))
+    if (isEnabled(Operation::kCreateDynamicElement))
         logInfo(L"db_createDynamicElement(typeId='%d', name='%s', node='%s', next='%s')",
                 definition.getDefaultValue().getTypeId(), show(name), show(node), show(next));
     return ForwardingLayer::db_createDynamicElement(definition, name, node, next, outElement);
@@ -126,14 +102,14 @@ Status DataInterfaceLogger::db_createDynamicElement(const ElementMetaDataDef& de
 
 Status DataInterfaceLogger::db_destroyDynamicElement(Element* element)
 {
-    if (isSlotEnabled(kDestroyDynamicElement))
+    if (isEnabled(Operation::kDestroyDynamicElement))
         logInfo(L"db_destroyDynamicElement(elem='%s')", show(element));
     return ForwardingLayer::db_destroyDynamicElement(element);
 }
 
 Status DataInterfaceLogger::db_renameDynamicElement(Element* element, const wchar_t* name)
 {
-    if (isSlotEnabled(kRenameDynamicElement))
+    if (isEnabled(Operation::kRenameDynamicElement))
         logInfo(L"db_renameDynamicElement(elem='%s', name='%s')", show(element), show(name));
     return ForwardingLayer::db_renameDynamicElement(element, name);
 }
@@ -142,14 +118,14 @@ Status DataInterfaceLogger::db_renameDynamicElement(Element* element, const wcha
 
 Status DataInterfaceLogger::db_resizeAttributeArray(AttributeArray* array, unsigned int size)
 {
-    if (isSlotEnabled(kResizeAttributeArray))
+    if (isEnabled(Operation::kResizeAttributeArray))
         logInfo(L"db_resizeAttributeArray(attrArray='%s', size='%d')", show(array), size);
     return ForwardingLayer::db_resizeAttributeArray(array, size);
 }
 
 Status DataInterfaceLogger::db_createReference(Attribute* referenced, Attribute* referencer, bool singleOutput)
 {
-    if (isSlotEnabled(kCreateReference))
+    if (isEnabled(Operation::kCreateReference))
     {
         static kqx::String referencedPath;
         static kqx::String referencerPath;
@@ -161,7 +137,7 @@ Status DataInterfaceLogger::db_createReference(Attribute* referenced, Attribute*
 
 Status DataInterfaceLogger::db_destroyReference(Attribute* referencer)
 {
-    if (isSlotEnabled(kDestroyReference))
+    if (isEnabled(Operation::kDestroyReference))
     {
         static kqx::String referencerPath;
         logInfo(L"db_destroyReference(referencer='%s')", showPath(referencer, referencerPath));
@@ -173,28 +149,28 @@ Status DataInterfaceLogger::db_destroyReference(Attribute* referencer)
 
 Status DataInterfaceLogger::db_lockAttribute(Attribute* attribute, ValueHandle* outValue)
 {
-    if (isSlotEnabled(kLockAttribute))
+    if (isEnabled(Operation::kLockAttribute))
         logInfo(L"db_lockAttribute(attr='%s')", show(attribute));
     return ForwardingLayer::db_lockAttribute(attribute, outValue);
 }
 
 Status DataInterfaceLogger::db_unlockAttribute(Attribute* attribute)
 {
-    if (isSlotEnabled(kUnlockAttribute))
+    if (isEnabled(Operation::kUnlockAttribute))
         logInfo(L"db_unlockAttribute(attr='%s')", show(attribute));
     return ForwardingLayer::db_unlockAttribute(attribute);
 }
 
 Status DataInterfaceLogger::db_lockAttributeArray(AttributeArray* array, void** outValues)
 {
-    if (isSlotEnabled(kLockAttributeArray))
+    if (isEnabled(Operation::kLockAttributeArray))
         logInfo(L"db_lockAttributeArray(attrArray='%s')", show(array));
     return ForwardingLayer::db_lockAttributeArray(array, outValues);
 }
 
 Status DataInterfaceLogger::db_unlockAttributeArray(AttributeArray* array)
 {
-    if (isSlotEnabled(kUnlockAttributeArray))
+    if (isEnabled(Operation::kUnlockAttributeArray))
         logInfo(L"db_unlockAttributeArray(attrArray='%s')", show(array));
     return ForwardingLayer::db_unlockAttributeArray(array);
 }
@@ -203,21 +179,21 @@ Status DataInterfaceLogger::db_unlockAttributeArray(AttributeArray* array)
 
 Status DataInterfaceLogger::db_commit(const wchar_t* description, const wchar_t* file, unsigned int line)
 {
-    if (isSlotEnabled(kCommit)) // the line's order is its own, and it has no comma behind the file
+    if (isEnabled(Operation::kCommit)) // the line's order is its own, and it has no comma behind the file
         logInfo(L"db_commit(file='%s' line number='%d' description='%s')", show(file), line, show(description));
     return ForwardingLayer::db_commit(description, file, line);
 }
 
 Status DataInterfaceLogger::db_commitTransient()
 {
-    if (isSlotEnabled(kCommitTransient))
+    if (isEnabled(Operation::kCommitTransient))
         logInfo(L"db_commitTransient()");
     return ForwardingLayer::db_commitTransient();
 }
 
 Status DataInterfaceLogger::db_clear()
 {
-    if (isSlotEnabled(kClear))
+    if (isEnabled(Operation::kClear))
         logInfo(L"db_clear()");
     return ForwardingLayer::db_clear();
 }

@@ -16,7 +16,6 @@
 namespace db2test {
 namespace {
 
-using conformance::kOperationCount;
 using conformance::RecordingLayer;
 
 /// Call logging over a layer that accepts everything, so that a call is nothing but its line.
@@ -472,7 +471,7 @@ TEST_F(DataInterfaceLoggerTest, AnswersAreTheSameWithLoggingOnAndOff)
         for (unsigned int slot = 0; slot < kOperationCount; ++slot)
         {
             SCOPED_TRACE(calls[slot].name);
-            inner.refuse(static_cast<conformance::Operation>(slot), static_cast<Status>(90 + slot));
+            inner.refuse(static_cast<Operation>(slot), static_cast<Status>(90 + slot));
             EXPECT_EQ(calls[slot].make(logger), static_cast<Status>(90 + slot));
             inner.refuseNothing();
             EXPECT_EQ(calls[slot].make(logger), Status::kSuccess);

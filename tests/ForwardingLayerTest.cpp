@@ -4,10 +4,10 @@
 #include <db2/testing/ConformanceDrives.h>
 #include <db2/testing/ConformanceTree.h>
 #include <db2/testing/RecordingLayer.h>
+#include <db2/testing/Refusals.h>
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <set>
 #include <type_traits>
 

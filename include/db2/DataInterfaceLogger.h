@@ -2,6 +2,7 @@
 
 #include <db2/Export.h>
 #include <db2/ForwardingLayer.h>
+#include <db2/Operation.h>
 
 #include <cstdint>
 
@@ -15,8 +16,8 @@ namespace db2 {
 class DB2_API DataInterfaceLogger : public ForwardingLayer
 {
 public:
-    /// All nineteen operations. The bit of one is 1 shifted left by its slot in DataInterface.
-    static constexpr unsigned int kAllOperations = 0x7FFFF;
+    /// The bits of all nineteen operations; bitOf() gives that of one.
+    static constexpr unsigned int kAllOperations = (1u << kOperationCount) - 1;
 
     /// Logs nothing until bits are enabled.
     explicit DataInterfaceLogger(DataInterface* nextLayer) : ForwardingLayer(nextLayer) {}
@@ -24,6 +25,7 @@ public:
     void enable(unsigned int mask) { enabled_ |= mask; }
     void disable(unsigned int mask) { enabled_ &= ~mask; }
     [[nodiscard]] bool isEnabled(unsigned int mask) const { return (enabled_ & mask) != 0; } ///< any of the bits
+    [[nodiscard]] bool isEnabled(Operation operation) const { return isEnabled(bitOf(operation)); }
 
     // --- DataInterface: each writes its line, then forwards ---
 
@@ -51,8 +53,6 @@ public:
     Status db_clear() override;
 
 private:
-    [[nodiscard]] bool isSlotEnabled(unsigned int slot) const { return (enabled_ >> slot & 1u) != 0; }
-
     std::uint32_t enabled_ = 0;
 };
 

@@ -39,6 +39,7 @@
 #include <db2/NodeTemplate.h>
 #include <db2/NumberLimits.h>
 #include <db2/ObserverList.h>
+#include <db2/Operation.h>
 #include <db2/Paths.h>
 #include <db2/SetterAttributeMetaData.h>
 #include <db2/SetterAttributeMetaDataDef.h>

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <db2/DataInterface.h>
+#include <db2/Operation.h>
 #include <db2/Status.h>
 #include <db2/ValueHandle.h>
 #include <db2/testing/ConformanceTree.h>
-#include <db2/testing/Operations.h>
 
 #include <iterator>
 #include <span>

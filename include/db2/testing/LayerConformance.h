@@ -1,10 +1,11 @@
 #pragma once
 
 #include <db2/CoreManager.h>
+#include <db2/Operation.h>
 #include <db2/testing/ConformanceDrives.h>
 #include <db2/testing/ConformanceTree.h>
-#include <db2/testing/Operations.h>
 #include <db2/testing/RecordingLayer.h>
+#include <db2/testing/Refusals.h>
 
 #include <kqx/UTF8.h>
 

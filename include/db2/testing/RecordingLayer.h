@@ -2,9 +2,9 @@
 
 #include <db2/ForwardingLayer.h>
 #include <db2/Module.h>
+#include <db2/Operation.h>
 #include <db2/Status.h>
 #include <db2/ValueHandle.h>
-#include <db2/testing/Operations.h>
 
 #include <string>
 #include <utility>

@@ -1,70 +1,12 @@
 #pragma once
 
+#include <db2/Operation.h>
 #include <db2/Status.h>
 
 #include <array>
-#include <cstddef>
 #include <span>
 
-/// Tools with which a host tests its own layers, in whatever test program it has: see LayerConformance.h.
 namespace db2::conformance {
-
-/// The operations of DataInterface; the number of each is its slot.
-enum class Operation : unsigned int
-{
-    kCreateNode,
-    kCreateUnknownNode,
-    kDestroyLeafNode,
-    kRenameNode,
-    kReparentNode,
-    kReorderNode,
-    kCreateDynamicElement,
-    kDestroyDynamicElement,
-    kRenameDynamicElement,
-    kResizeAttributeArray,
-    kCreateReference,
-    kDestroyReference,
-    kLockAttribute,
-    kUnlockAttribute,
-    kLockAttributeArray,
-    kUnlockAttributeArray,
-    kCommit,
-    kCommitTransient,
-    kClear
-};
-
-inline constexpr std::size_t kOperationCount = 19;
-
-/// A set of operations has one bit for each, as DataInterfaceLogger's mask does.
-[[nodiscard]] constexpr unsigned int bitOf(Operation operation)
-{
-    return 1u << static_cast<unsigned int>(operation);
-}
-
-/// "db_createNode" and so on.
-[[nodiscard]] constexpr const char* nameOf(Operation operation)
-{
-    constexpr std::array<const char*, kOperationCount> kNames = {"db_createNode",
-                                                                 "db_createUnknownNode",
-                                                                 "db_destroyLeafNode",
-                                                                 "db_renameNode",
-                                                                 "db_reparentNode",
-                                                                 "db_reorderNode",
-                                                                 "db_createDynamicElement",
-                                                                 "db_destroyDynamicElement",
-                                                                 "db_renameDynamicElement",
-                                                                 "db_resizeAttributeArray",
-                                                                 "db_createReference",
-                                                                 "db_destroyReference",
-                                                                 "db_lockAttribute",
-                                                                 "db_unlockAttribute",
-                                                                 "db_lockAttributeArray",
-                                                                 "db_unlockAttributeArray",
-                                                                 "db_commit",
-                                                                 "db_commitTransient",
-                                                                 "db_clear"};
-    return kNames[static_cast<std::size_t>(operation)];
-}
 
 /// Every failure with which the core answers the operation.
 [[nodiscard]] inline std::span<const Status> refusalsOf(Operation operation)
