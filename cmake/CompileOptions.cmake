@@ -28,6 +28,9 @@ if(KQDB_SANITIZE)
     target_compile_options(db2_sanitizers INTERFACE ${sanitizers} -fno-omit-frame-pointer)
     target_link_options(db2_sanitizers INTERFACE ${sanitizers})
 endif()
+if(KQDB_BUILD_FUZZERS)
+    target_compile_options(db2_sanitizers INTERFACE -fsanitize=fuzzer-no-link) # what a fuzzer steers by
+endif()
 
 # db2_compile_options(TARGET): for every library and program of ours. Standard C++20, and the three above.
 function(db2_compile_options target)
