@@ -55,8 +55,13 @@ public:
             node(name, a); // enough children for an index
     }
 
-    std::unique_ptr<CoreManager> core;
-    Node* named = nullptr; ///< renamed again and again
+private:
+    Module module_;
+    NodeRegistry registry_;
+
+public:
+    std::unique_ptr<CoreManager> core; ///< ends before the registry
+    Node* named = nullptr;             ///< renamed again and again
     Element* namedAttribute = nullptr;
     Element* namedArray = nullptr;
 
@@ -69,9 +74,6 @@ private:
         core->db_resizeAttributeArray(made->findAttributeArrayByName(L"p[0]"), 1);
         return made;
     }
-
-    Module module_;
-    NodeRegistry registry_;
 };
 
 /// What a path leads to.
