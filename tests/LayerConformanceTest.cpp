@@ -580,6 +580,24 @@ TEST(LayerConformanceTest, ArgumentsThatChangeOnPurposeAreNoFinding)
         EXPECT_EQ(textOf(findingsOf(kind, {.changesArguments = bitOf(kind.operation)})), "");
 }
 
+/// Changes names, and renames something else, too.
+class RenamingLayer : public BusyLayer
+{
+public:
+    using BusyLayer::BusyLayer;
+
+    Status db_renameNode(Node* node, const wchar_t*) override { return BusyLayer::db_renameNode(node, L"changed"); }
+};
+
+TEST(LayerConformanceTest, AnOperationWithChangedArgumentsMayArriveAmongOthersOfItsKind)
+{
+    const MakeLayer make = [](DataInterface* nextLayer, CoreManager& core) {
+        return std::make_unique<RenamingLayer>(nextLayer, core);
+    };
+    EXPECT_NE(textOf(checkLayer(make)), "");
+    EXPECT_EQ(textOf(checkLayer(make, {.changesArguments = bitOf(Operation::kRenameNode)})), "");
+}
+
 TEST(LayerConformanceTest, AnOperationWithChangedArgumentsMustStillBePassedOnAndAnswered)
 {
     const Departures departures{.changesArguments = bitOf(Operation::kRenameNode)};

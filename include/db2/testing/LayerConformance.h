@@ -143,13 +143,11 @@ private:
             judge(drive, bench, wanted, passedOn);
         else if (answer == Status::kSuccess && !mayChange(drive.operation))
             add(drive, "a refusal", "the layer answered kSuccess");
-        if (passedOn.size() == 1)
-            judgeAnswer(drive, *passedOn.front(), answer);
+        judgeAnswer(drive, passedOn, answer);
         if (answer != Status::kSuccess && results.of(drive.operation) != untouched)
             add(drive, "the result to be left alone", "a call that fails wrote it");
-        if (answer == Status::kSuccess && wanted.outPointer != nullptr && passedOn.size() == 1 &&
-            results.of(drive.operation) != passedOn.front()->result)
-            add(drive, "the result that the next layer gave", "it did not arrive");
+        if (answer == Status::kSuccess && wanted.outPointer != nullptr)
+            judgeResult(drive, passedOn, results.of(drive.operation));
     }
 
     // --- Judging: a layer may make further calls, before and behind the one that it passes on ---
@@ -167,7 +165,7 @@ private:
     void judge(const Drive& drive, const Bench& bench, const RecordedCall& wanted,
                const std::vector<const RecordedCall*>& passedOn)
     {
-        if (passedOn.size() == 1)
+        if (passedOn.size() == 1 || (mayChange(drive.operation) && !passedOn.empty()))
             return;
         const std::string expected = textOf(wanted, bench.tree) + " to be passed on";
         if (passedOn.size() > 1)
@@ -179,10 +177,22 @@ private:
             (similar != calls.end() ? textOf(*similar, bench.tree) : std::string("nothing of the kind")) + " arrived");
     }
 
-    void judgeAnswer(const Drive& drive, const RecordedCall& passedOn, Status answer)
+    /// Where several calls may be the one that was passed on, each one's answer and result will do.
+    void judgeAnswer(const Drive& drive, const std::vector<const RecordedCall*>& passedOn, Status answer)
     {
-        if (answer != passedOn.answer)
-            add(drive, "the next layer's answer, " + textOf(passedOn.answer), "the layer answered " + textOf(answer));
+        if (passedOn.empty() || std::any_of(passedOn.begin(), passedOn.end(),
+                                            [&](const RecordedCall* call) { return call->answer == answer; }))
+            return;
+        add(drive, "the next layer's answer, " + textOf(passedOn.front()->answer),
+            "the layer answered " + textOf(answer));
+    }
+
+    void judgeResult(const Drive& drive, const std::vector<const RecordedCall*>& passedOn, const void* result)
+    {
+        if (passedOn.empty() || std::any_of(passedOn.begin(), passedOn.end(),
+                                            [&](const RecordedCall* call) { return call->result == result; }))
+            return;
+        add(drive, "the result that the next layer gave", "it did not arrive");
     }
 
     [[nodiscard]] bool mayChange(Operation operation) const
