@@ -144,10 +144,11 @@ private:
         else if (answer == Status::kSuccess && !mayChange(drive.operation))
             add(drive, "a refusal", "the layer answered kSuccess");
         judgeAnswer(drive, passedOn, answer);
-        if (answer != Status::kSuccess && results.of(drive.operation) != untouched)
-            add(drive, "the result to be left alone", "a call that fails wrote it");
+        const void* const result = results.of(drive.operation);
+        if (answer != Status::kSuccess && result != untouched && result != nullptr)
+            add(drive, "the result to be left alone, or null", "a call that fails wrote something else");
         if (answer == Status::kSuccess && wanted.outPointer != nullptr)
-            judgeResult(drive, passedOn, results.of(drive.operation));
+            judgeResult(drive, passedOn, result);
     }
 
     // --- Judging: a layer may make further calls, before and behind the one that it passes on ---
@@ -249,8 +250,8 @@ private:
 };
 
 /// Runs a layer through all nineteen operations, each on a small tree of its own, and says what was not as the contract
-/// wants it: arguments and results handed on, each once; the next layer's answer handed up, whatever it is; nothing written
-/// to a result by a call that fails; a refused call possible afterwards; null objects survived and refused.
+/// wants it: arguments and results handed on, each once; the next layer's answer handed up, whatever it is; nothing but
+/// null written to a result by a call that fails; a refused call possible afterwards; null objects survived and refused.
 /// A layer may make further calls of its own. An operation's refusals are tried once the rest of it is as it should be.
 /// Cost: some two hundred trees of five nodes. The library's log receives what the layers log.
 /// @return nothing for a layer that keeps the contract.
