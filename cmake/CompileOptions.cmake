@@ -29,6 +29,9 @@ if(KQDB_SANITIZE)
     target_link_options(db2_sanitizers INTERFACE ${sanitizers})
 endif()
 if(KQDB_BUILD_FUZZERS)
+    if(NOT KQDB_SANITIZE OR NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+        message(FATAL_ERROR "KQDB_BUILD_FUZZERS takes clang and KQDB_SANITIZE: alone a fuzzer would see crashes only")
+    endif()
     target_compile_options(db2_sanitizers INTERFACE -fsanitize=fuzzer-no-link) # what a fuzzer steers by
 endif()
 

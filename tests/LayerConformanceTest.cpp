@@ -332,7 +332,7 @@ TEST(LayerConformanceTest, TheFirstCallOfEveryOperationIsOrdinaryAndHasAllArgume
         first->perform({record, tree, results});
         for (const Argument& argument : record.calls().front().arguments)
         {
-            EXPECT_NE(argument.value, (std::variant<const void*, unsigned int, bool, TextArgument>(nullptr)));
+            EXPECT_NE(argument.value, Argument::Value(nullptr));
         }
     }
 }

@@ -232,7 +232,7 @@ private:
             std::string operator()(const TextArgument& text) const { return textOf(text); }
             const ConformanceTree& tree;
         };
-        return argument.name + ("=" + std::visit(Text{tree}, argument.value));
+        return std::string(argument.name) + "=" + std::visit(Text{tree}, argument.value);
     }
 
     [[nodiscard]] static std::string textOf(const RecordedCall& call, const ConformanceTree& tree)

@@ -7,6 +7,7 @@
 #include <db2/ValueHandle.h>
 
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -16,7 +17,7 @@ namespace db2::conformance {
 /// A text that a call was given. Compared by its characters, so that a layer may hand on a copy; null is not empty.
 struct TextArgument
 {
-    TextArgument(const wchar_t* given) : isNull(given == nullptr), text(given != nullptr ? given : L"") {}
+    explicit TextArgument(const wchar_t* given) : isNull(given == nullptr), text(given != nullptr ? given : L"") {}
 
     bool operator==(const TextArgument&) const = default;
 
@@ -27,10 +28,12 @@ struct TextArgument
 /// One argument of a call, out-pointers aside. Objects are compared by their address.
 struct Argument
 {
+    using Value = std::variant<const void*, unsigned int, bool, TextArgument>;
+
     bool operator==(const Argument&) const = default;
 
-    const char* name;
-    std::variant<const void*, unsigned int, bool, TextArgument> value;
+    std::string_view name; ///< of the parameter
+    Value value;
 };
 
 /// A call that arrived at a RecordingLayer.
