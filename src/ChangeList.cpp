@@ -8,6 +8,10 @@ namespace {
 // Below, a scan is faster than an index.
 constexpr std::size_t kScanUpTo = 32;
 
+// What stands where an entry was taken out: an address that nobody else has, because null is an entry like any other.
+char holeMark;
+constexpr void* kHole = &holeMark;
+
 } // namespace
 
 ChangeListBase& ChangeListBase::operator=(const ChangeListBase& other)
@@ -27,9 +31,11 @@ void ChangeListBase::clear()
     forgetPositions();
 }
 
+/// Frees them, too: clearing an index costs what it once held, and the lists live on from unit to unit.
 void ChangeListBase::forgetPositions() const
 {
-    positions_.clear();
+    if (!positions_.empty())
+        positions_ = Positions();
     positionsEnd_ = 0;
     hasRepeats_ = false;
 }
@@ -37,19 +43,23 @@ void ChangeListBase::forgetPositions() const
 void ChangeListBase::reverse()
 {
     closeHoles();
+    forgetPositions();
     std::reverse(entries_.begin(), entries_.end());
 }
 
 void ChangeListBase::replacePointer(std::size_t index, void* pointer)
 {
     closeHoles();
+    forgetPositions();
     entries_[index] = pointer;
 }
 
 /// Also forgets the positions, which are others then.
 void ChangeListBase::closeHoles() const
 {
-    const auto end = std::remove(entries_.begin(), entries_.end(), nullptr);
+    if (holes_ == 0)
+        return;
+    const auto end = std::remove(entries_.begin(), entries_.end(), kHole);
     entries_.resize(static_cast<std::size_t>(end - entries_.begin()));
     holes_ = 0;
     forgetPositions();
@@ -60,9 +70,9 @@ void ChangeListBase::removePointer(void* pointer)
     if (empty())
         return;
     const std::size_t found = takePosition(pointer);
-    entries_[found] = nullptr;
+    entries_[found] = kHole;
     ++holes_;
-    while (!entries_.empty() && entries_.back() == nullptr) // what is taken out in reverse leaves no holes at all
+    while (!entries_.empty() && entries_.back() == kHole) // what is taken out in reverse leaves no holes at all
     {
         entries_.pop_back();
         --holes_;
@@ -80,8 +90,8 @@ std::size_t ChangeListBase::takePosition(void* pointer)
         return std::min(findFrom(0, pointer), last);
     }
     for (; positionsEnd_ < entries_.size(); ++positionsEnd_)
-        if (void* const entry = entries_[positionsEnd_])
-            hasRepeats_ = !positions_.emplace(entry, positionsEnd_).second || hasRepeats_;
+        if (entries_[positionsEnd_] != kHole)
+            hasRepeats_ = !positions_.emplace(entries_[positionsEnd_], positionsEnd_).second || hasRepeats_;
 
     auto at = positions_.find(pointer);
     const bool isAbsent = at == positions_.end();

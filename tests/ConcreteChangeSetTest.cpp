@@ -191,6 +191,22 @@ TEST_P(ConcreteChangeSetListTest, IsWhatAPlainVectorWouldBe)
     }
 }
 
+TEST_P(ConcreteChangeSetListTest, ANullIsAnEntryLikeAnyOther)
+{
+    const Listed nothing;
+    list.add(changes, objects[0]);
+    list.add(changes, nothing);
+    list.add(changes, objects[1]);
+    list.add(changes, objects[2]);
+    list.remove(changes, objects[1]); // leaves a hole beside it
+    list.remove(changes, objects[2]);
+    ASSERT_EQ(list.count(changes), 2u);
+    EXPECT_EQ(list.at(changes, 0), list.entryOf(objects[0]));
+    EXPECT_EQ(list.at(changes, 1), nullptr);
+    list.remove(changes, nothing);
+    EXPECT_EQ(numbersIn(list), std::vector<int>{0});
+}
+
 TEST_F(ConcreteChangeSetTest, ARenamedNodeIsTakenWhateverItsOldName)
 {
     changes.addRenamedNode(objects[0].node, L"before");
@@ -514,6 +530,32 @@ TEST_F(ConcreteChangeSetSortTest, DestroyedNodesAreSortedByTheParentsThatTheyHad
     changes.stableSortDestroyedNodes(functor);
     EXPECT_EQ(changesOf(changes),
               (Lines{L"destroyed node |arm|right", L"destroyed node |arm|left", L"destroyed node |arm"}));
+}
+
+/// Enough nodes for the list to keep an index of them, which a sort must not leave behind.
+TEST_F(ConcreteChangeSetSortTest, AfterASortEachNodeIsTakenOutAtItsNewPlace)
+{
+    std::vector<Node*> nodes;
+    for (int i = 0; i < 100; ++i)
+        nodes.push_back(scene.node(L"node", i % 2 == 0 ? left : scene.root()));
+    for (Node* const node : nodes)
+    {
+        changes.addCreatedNode(node);
+        changes.addDestroyedNode(node);
+    }
+    changes.removeCreatedNode(nodes[98]);
+    changes.removeDestroyedNode(nodes[98]);
+    changes.stableSortCreatedNodes(functor);
+    changes.stableSortDestroyedNodes(functor);
+    for (std::size_t i = 0; i < 98; ++i)
+    {
+        changes.removeCreatedNode(nodes[i]);
+        changes.removeDestroyedNode(nodes[i]);
+    }
+    ASSERT_EQ(changes.CreatedNodeCount(), 1u);
+    EXPECT_EQ(changes.CreatedNode(0), nodes[99]);
+    ASSERT_EQ(changes.DestroyedNodeCount(), 1u);
+    EXPECT_EQ(changes.DestroyedNode(0), nodes[99]);
 }
 
 /// Random nodes of a random tree, against the standard library's stable sort with the functor.

@@ -40,8 +40,7 @@ private:
     /// The entries without holes.
     const kqtl::pod_vector<void*>& closed() const
     {
-        if (holes_ != 0)
-            closeHoles();
+        closeHoles();
         return entries_;
     }
     void closeHoles() const;
@@ -49,7 +48,7 @@ private:
     [[nodiscard]] std::size_t takePosition(void* pointer);
     [[nodiscard]] std::size_t findFrom(std::size_t position, const void* pointer) const;
 
-    mutable kqtl::pod_vector<void*> entries_; ///< null is a hole; the last one never is
+    mutable kqtl::pod_vector<void*> entries_; ///< some are holes; the last one never is
     mutable std::size_t holes_ = 0;
     mutable Positions positions_; ///< of the first entries equal to a pointer, up to positionsEnd_
     mutable std::size_t positionsEnd_ = 0;
