@@ -2,10 +2,16 @@
 
 #include "TreeDump.h"
 
+#include <db2/AttributeIterators.h>
 #include <db2/Flags.h>
 #include <db2/Node.h>
+#include <db2/NodeIterators.h>
+
+#include <gtest/gtest.h>
 
 #include <functional>
+#include <type_traits>
+#include <unordered_map>
 
 namespace db2test {
 namespace {
@@ -56,8 +62,54 @@ ChangeListRow row(const wchar_t* what, std::uint32_t flag)
             [](const ChangeSet& changes, unsigned int index) -> const void* { return std::invoke(At, changes, index); },
             [](const Listed& listed) -> const void* { return pick<T>(listed); },
             [](const ChangeSet& changes, unsigned int index) { return textOf(std::invoke(At, changes, index)); },
+            [](const ChangeSet& changes, unsigned int index) { return std::invoke(At, changes, index)->getFlags(); },
             std::is_same_v<T, Node>,
             flag};
+}
+
+/// The change bits that each object should have: those of the lists that it is in.
+using BitsOfObjects = std::unordered_map<const void*, std::uint32_t>;
+
+BitsOfObjects bitsByList(const ChangeSet& changes)
+{
+    BitsOfObjects bits;
+    for (const ChangeListRow& list : changeListRows())
+        for (unsigned int i = 0; i < list.count(changes); ++i)
+        {
+            std::uint32_t& known = bits[list.at(changes, i)];
+            EXPECT_EQ(known & list.flag, 0u)
+                << "twice in a list: " << ::testing::PrintToString(list.what + (L' ' + list.pathAt(changes, i)));
+            EXPECT_NE(list.flagsAt(changes, i) & list.flag, 0u)
+                << "without its bit: " << ::testing::PrintToString(list.what + (L' ' + list.pathAt(changes, i)));
+            known |= list.flag;
+        }
+    return bits;
+}
+
+std::wstring nameOf(const Node& node)
+{
+    return node.getName().c_str();
+}
+std::wstring nameOf(const Element& element)
+{
+    return element.getName();
+}
+
+template <class Object>
+void expectBits(const Object& object, std::uint32_t changeFlags, const BitsOfObjects& expected)
+{
+    const auto found = expected.find(&object);
+    EXPECT_EQ(object.getFlags() & changeFlags, found != expected.end() ? found->second : 0u)
+        << ::testing::PrintToString(nameOf(object));
+}
+
+void expectBitsOfElements(const Node& node, const BitsOfObjects& expected)
+{
+    for (unsigned int i = 0; i < node.getElementCount(); ++i)
+        expectBits(*node.getElement(i), ElementFlag::kChangeFlags, expected);
+    for (AttributeIterator items(&node); items.next();)
+        if (items.attr()->isAttributeArrayElement())
+            expectBits(*items.attr(), ElementFlag::kChangeFlags, expected);
 }
 
 } // namespace
@@ -115,6 +167,18 @@ std::vector<std::wstring> changesOf(const ChangeSet& changes)
         for (unsigned int i = 0; i < list.count(changes); ++i)
             lines.push_back(std::wstring(list.what) + L' ' + list.pathAt(changes, i));
     return lines;
+}
+
+void expectBitsInStep(const CoreManager& core, const ChangeSet& changes)
+{
+    const BitsOfObjects expected = bitsByList(changes);
+    ConstNodeIterator nodes(core.getRoot());
+    nodes.includeRoot(true);
+    while (nodes.next())
+    {
+        expectBits(*nodes.node(), NodeFlag::kChangeFlags, expected);
+        expectBitsOfElements(*nodes.node(), expected);
+    }
 }
 
 } // namespace db2test
