@@ -24,17 +24,21 @@ void clearBits(const ChangeSet& changes, unsigned int (ChangeSet::*count)() cons
     forEach(changes, count, entry, [bit](T& object) { object.clearFlag(bit); });
 }
 
-/// The created objects that are destroyed now, which the layer did not see.
-template <class T>
-kqtl::pod_vector<T*> destroyedOnes(const ChangeSet& changes, unsigned int (ChangeSet::*count)() const,
-                                   T* (ChangeSet::*entry)(unsigned int) const)
+/// Takes the objects that are gone out of one list, with their bits.
+template <class T, class IsGone>
+void dropGone(ChangeSet& changes, unsigned int (ChangeSet::*count)() const, T* (ChangeSet::*entry)(unsigned int) const,
+              void (ChangeSet::*remove)(T*), std::uint32_t bit, IsGone isGone)
 {
-    kqtl::pod_vector<T*> destroyed;
+    kqtl::pod_vector<T*> gone; // found first: taking out while reading would go through the list each time
     forEach(changes, count, entry, [&](T& object) {
-        if (object.isDestroyed())
-            destroyed.push_back(&object);
+        if (isGone(object))
+            gone.push_back(&object);
     });
-    return destroyed;
+    for (T* const object : gone)
+    {
+        (changes.*remove)(object);
+        object->clearFlag(bit);
+    }
 }
 
 } // namespace
@@ -146,7 +150,8 @@ void ChangeManager::recordDestroyed(Node& node)
         node.clearFlag(bit);
         return true;
     };
-    if (!takeOut(NodeFlag::kCreated, &ChangeSet::removeCreatedNode))
+    const bool wasCreatedNow = takeOut(NodeFlag::kCreated, &ChangeSet::removeCreatedNode);
+    if (!wasCreatedNow && !node.hasFlag(NodeFlag::kDestroyedNow)) // else an inner layer brought it back in between
     {
         changes_->addDestroyedNode(&node);
         node.setFlag(NodeFlag::kDestroyedNow);
@@ -230,8 +235,11 @@ void ChangeManager::recordDestroyed(Element& element)
         element.clearFlag(ElementFlag::kCreated);
         return;
     }
-    changes_->addDestroyedDynamicElement(&element);
-    element.setFlag(ElementFlag::kDestroyedNow);
+    if (!element.hasFlag(ElementFlag::kDestroyedNow)) // else an inner layer brought it back in between
+    {
+        changes_->addDestroyedDynamicElement(&element);
+        element.setFlag(ElementFlag::kDestroyedNow);
+    }
     if (element.hasFlag(ElementFlag::kRenamed))
         changes_->removeRenamedDynamicElement(&element);
     if (element.isAttributeArray() && element.hasFlag(ElementFlag::kResized))
@@ -333,11 +341,17 @@ Status ChangeManager::db_unlockAttributeArray(AttributeArray* array)
 /// Edits of inner layers, an undo for example, pass this one by: what it knows as created may be gone.
 void ChangeManager::dropDestroyedBelow()
 {
-    for (Node* const node : destroyedOnes(*changes_, &ChangeSet::CreatedNodeCount, &ChangeSet::CreatedNode))
-    {
-        changes_->removeCreatedNode(node);
-        node->clearFlag(NodeFlag::kCreated);
-    }
+    using Set = ChangeSet;
+    const auto isDestroyed = [](const auto& object) { return object.isDestroyed(); };
+    dropGone(*changes_, &Set::CreatedNodeCount, &Set::CreatedNode, &Set::removeCreatedNode, NodeFlag::kCreated,
+             isDestroyed);
+    dropGone(*changes_, &Set::CreatedDynamicAttributeCount, &Set::CreatedDynamicAttribute,
+             &Set::removeCreatedDynamicAttribute, ElementFlag::kCreated, isDestroyed);
+    dropGone(*changes_, &Set::CreatedDynamicAttributeArrayCount, &Set::CreatedDynamicAttributeArray,
+             &Set::removeCreatedDynamicAttributeArray, ElementFlag::kCreated, isDestroyed);
+    dropGone(*changes_, &Set::CreatedReferenceCount, &Set::CreatedReference, &Set::removeCreatedReference,
+             ElementFlag::kReferenceMade,
+             [](const Attribute& referencer) { return referencer.getReference() == nullptr; });
 }
 
 Status ChangeManager::preReportChanges(bool transient)

@@ -1,0 +1,324 @@
+#include "support/ChangeScene.h"
+#include "support/HeapThatRunsOut.h"
+#include "support/RecordingObservers.h"
+#include "support/TreeDump.h"
+
+#include <db2/UndoManager.h>
+
+#include <memory>
+
+// ChangeManager as a layer: what it is made of, what it does with refusals, copies, and with what inner layers do by
+// themselves.
+
+namespace db2test {
+namespace {
+
+class ChangeManagerLayerTest : public ChangeScene
+{
+};
+
+// --- Construction ---
+
+/// Counts calls of reserve().
+class ReservingChangeSet : public ConcreteChangeSet
+{
+public:
+    void reserve() override { ++reserved; }
+    int reserved = 0;
+};
+
+TEST_F(ChangeManagerLayerTest, ConstructionReservesTheRecordingSetOnce)
+{
+    ReservingChangeSet recording;
+    ReservingChangeSet shown;
+    const ChangeManager layer(&scene.core(), recording, shown);
+    EXPECT_EQ(recording.reserved, 1);
+    EXPECT_EQ(shown.reserved, 0);
+}
+
+TEST_F(ChangeManagerLayerTest, ObserversCanAskForTheHostsDatabase)
+{
+    int database = 0;
+    const ChangeManager layer(&scene.core(), changes, snapshot, &database);
+    EXPECT_EQ(layer.getWrapperDatabase(), &database);
+    EXPECT_EQ(reports.getWrapperDatabase(), nullptr);
+}
+
+TEST_F(ChangeManagerLayerTest, TheNextLayerCanBeExchanged)
+{
+    EXPECT_EQ(reports.db_getNextInterface(), &next);
+    RefusingLayer other(&scene.core());
+    reports.db_setNextInterface(&other);
+    create(L"made");
+    EXPECT_EQ(next.calls(), 0u);
+    EXPECT_EQ(other.calls(), 1u);
+}
+
+TEST_F(ChangeManagerLayerTest, TheStatisticsStayZero)
+{
+    RecordingObserver observer;
+    reports.addObserver(&observer);
+    create(L"made");
+    reports.preReportChanges(false);
+    commit();
+    EXPECT_EQ(reports.debug_getReportChangesCount(), 0u);
+    EXPECT_EQ(reports.debug_getReportChangesTotalTime(), 0.0f);
+    EXPECT_EQ(reports.debug_getReportChangesLastTime(), 0.0f);
+    EXPECT_EQ(reports.debug_getPreReportChangesCount(), 0u);
+    EXPECT_EQ(reports.debug_getPreReportChangesTotalTime(), 0.0f);
+    EXPECT_EQ(reports.debug_getPreReportChangesLastTime(), 0.0f);
+}
+
+TEST_F(ChangeManagerLayerTest, TheEndOfALayerTellsNobodyAndLeavesTheChangeSetsAlone)
+{
+    RecordingObserver observer;
+    {
+        ChangeManager layer(&scene.core(), changes, snapshot);
+        layer.addObserver(&observer);
+        ASSERT_EQ(layer.db_createNode(Scene::kPlain, L"made", nullptr, nullptr, nullptr), Status::kSuccess);
+        layer.preReportChanges(false);
+    }
+    EXPECT_TRUE(observer.told.empty());
+    EXPECT_EQ(recorded(), Lines{L"created node |made"});
+    EXPECT_EQ(changesOf(snapshot), Lines{L"created node |made"});
+    commit();
+}
+
+// --- Copies ---
+
+TEST_F(ChangeManagerLayerTest, ACopyHasTheSameSetsAndItsOwnListsOfTheSameObservers)
+{
+    int database = 0;
+    RecordingObserver observer;
+    RecordingPreObserver preObserver;
+    ChangeManager original(&next, changes, snapshot, &database);
+    original.addObserver(&observer);
+    original.addPreObserver(&preObserver);
+    ASSERT_EQ(original.db_createNode(Scene::kPlain, L"made", nullptr, nullptr, nullptr), Status::kSuccess);
+
+    ChangeManager copy(original);
+    EXPECT_EQ(copy.getWrapperDatabase(), &database);
+    EXPECT_EQ(copy.db_getNextInterface(), &next);
+    original.removeObserver(&observer);
+    copy.preReportChanges(false);
+    ASSERT_EQ(copy.db_commit(L"", L"", 0), Status::kSuccess);
+    EXPECT_EQ(preObserver.told, std::vector<Lines>{Lines{L"created node |made"}});
+    EXPECT_EQ(observer.told, std::vector<Lines>{Lines{L"created node |made"}});
+    EXPECT_EQ(recorded(), Lines{});
+}
+
+TEST_F(ChangeManagerLayerTest, AnAssignedLayerIsACopyToo)
+{
+    int database = 0;
+    RecordingObserver observer;
+    RecordingObserver other;
+    ConcreteChangeSet otherChanges;
+    ConcreteChangeSet otherSnapshot;
+    ChangeManager target(&scene.core(), otherChanges, otherSnapshot);
+    target.addObserver(&other);
+    ChangeManager source(&next, changes, snapshot, &database);
+    source.addObserver(&observer);
+
+    target = source;
+    EXPECT_EQ(target.getWrapperDatabase(), &database);
+    EXPECT_EQ(target.db_getNextInterface(), &next);
+    ASSERT_EQ(target.db_createNode(Scene::kPlain, L"made", nullptr, nullptr, nullptr), Status::kSuccess);
+    EXPECT_EQ(recorded(), Lines{L"created node |made"});
+    EXPECT_EQ(changesOf(otherChanges), Lines{});
+    ASSERT_EQ(target.db_commit(L"", L"", 0), Status::kSuccess);
+    EXPECT_EQ(observer.told.size(), 1u);
+    EXPECT_TRUE(other.told.empty());
+}
+
+// --- Refusals of the next layer ---
+
+TEST_F(ChangeManagerLayerTest, WhatTheNextLayerRefusesIsPassedUpAndNotRecorded)
+{
+    Operands operands(scene);
+    const Lines before = recorded();
+    next.answer(Status::kReserved15); // which nobody returns
+    for (const Operation& operation : everyOperation())
+    {
+        SCOPED_TRACE(operation.name);
+        const unsigned int calls = next.calls();
+        EXPECT_EQ(operation.call(data, operands), Status::kReserved15);
+        EXPECT_EQ(next.calls(), calls + 1) << "forwarded once";
+        EXPECT_EQ(recorded(), before);
+    }
+    EXPECT_EQ(operands.outNode, nullptr) << "what the next layer left, null at first";
+    EXPECT_EQ(operands.outElement, nullptr);
+    EXPECT_TRUE(scene.log().take().empty());
+}
+
+TEST_F(ChangeManagerLayerTest, ASuccessWithARemarkIsNoEdit)
+{
+    Node* const node = scene.node(L"node");
+    next.answer(Status::kLoadedWithMigration);
+    EXPECT_EQ(data.db_renameNode(node, L"other"), Status::kLoadedWithMigration);
+    EXPECT_EQ(recorded(), Lines{});
+}
+
+// --- Memory ---
+
+TEST_F(ChangeManagerLayerTest, AnEditWithoutMemoryForItsRecordSucceedsWithAnErrorInTheLog)
+{
+    Node* const node = scene.node(L"node");
+    // Full lists: the next entry needs memory.
+    ConcreteChangeSet full;
+    ChangeManager layer(&scene.core(), full, snapshot);
+    for (int i = 0; i < 1024; ++i)
+        full.addRenamedNode(scene.root(), L"");
+    Status status = Status::kFailure;
+    {
+        const HeapThatRunsOut heap(2); // two for the texts: the old name and the new one
+        status = layer.db_renameNode(node, L"another name, longer than the one before");
+        ASSERT_TRUE(heap.hasRunOut());
+    }
+    ASSERT_EQ(status, Status::kSuccess);
+    EXPECT_EQ(node->getName(), L"another name, longer than the one before");
+    EXPECT_TRUE(scene.log().tookError(L"Out of memory while recording a change; the report will lack it."));
+    EXPECT_FALSE(node->hasAnyFlag(NodeFlag::kChangeFlags)) << "not in the list, so without its bit";
+    EXPECT_EQ(full.RenamedNodeCount(), 1024u);
+}
+
+// --- What inner layers do by themselves ---
+
+/// The layers of an example chain: reports outside undo, which replays past them.
+class ChangeManagerOutsideUndoTest : public ChangeScene
+{
+protected:
+    ChangeManagerOutsideUndoTest()
+    {
+        reports.db_setNextInterface(&undo);
+        reports.addObserver(&observer);
+    }
+    ~ChangeManagerOutsideUndoTest() override { reports.db_setNextInterface(&scene.core()); }
+
+    UndoManager undo{&scene.core(), scene.core()};
+    RecordingObserver observer;
+};
+
+TEST_F(ChangeManagerOutsideUndoTest, CreatedNodesThatWereTakenBackBelowAreNotReported)
+{
+    Node* const arm = create(L"arm");
+    create(L"hand", arm);
+    const unsigned int point = undo.createRollbackPoint();
+    ASSERT_NE(point, UndoManager::kNoRollbackPoint);
+    create(L"leg");
+    create(L"foot", scene.root()->findChildByName(L"leg"));
+    ASSERT_EQ(undo.rollback(point), Status::kSuccess);
+    create(L"wing");
+
+    commit();
+    EXPECT_EQ(observer.told.back(), (Lines{L"created node |arm", L"created node |wing", L"created node |arm|hand"}));
+    EXPECT_EQ(recorded(), Lines{});
+}
+
+TEST_F(ChangeManagerOutsideUndoTest, CreatedNodesThatWereTakenBackBelowAreNotPreReported)
+{
+    RecordingPreObserver preObserver;
+    reports.addPreObserver(&preObserver);
+    create(L"arm");
+    ASSERT_EQ(undo.rollback(0), Status::kSuccess);
+    create(L"leg");
+    reports.preReportChanges(false);
+    EXPECT_EQ(preObserver.told, std::vector<Lines>{Lines{L"created node |leg"}});
+}
+
+TEST_F(ChangeManagerOutsideUndoTest, CreatedElementsThatWereTakenBackBelowAreNotReported)
+{
+    Node* const node = create(L"node");
+    commit();
+    createElement(L"one", node);
+    createElement(L"many", node, true);
+    ASSERT_EQ(undo.rollback(0), Status::kSuccess);
+    createElement(L"kept", node);
+    commit();
+    EXPECT_EQ(observer.told.back(), Lines{L"created dynamic attribute |node.kept"});
+}
+
+TEST_F(ChangeManagerOutsideUndoTest, CreatedReferencesThatWereTakenBackBelowAreNotReported)
+{
+    Node* const node = create(L"node");
+    commit();
+    reference(node->findAttributeByName(L"Int"), node->findAttributeByName(L"Float"));
+    ASSERT_EQ(undo.rollback(0), Status::kSuccess);
+    reference(node->findAttributeByName(L"Int"), node->findAttributeByName(L"Double"));
+    commit();
+    EXPECT_EQ(observer.told.back(), (Lines{L"changed node |node", L"created reference |node.Double",
+                                           L"changed attribute |node.Float", L"changed attribute |node.Double"}));
+}
+
+TEST_F(ChangeManagerOutsideUndoTest, WhatIsListedStaysReadableUntilTheReport)
+{
+    Node* const node = create(L"node");
+    Element* const extra = createElement(L"extra", node);
+    reference(node->findAttributeByName(L"Int"), node->findAttributeByName(L"Float"));
+    ASSERT_EQ(undo.rollback(0), Status::kSuccess); // commits below, which frees what nobody lists
+    EXPECT_TRUE(node->isDestroyed());
+    EXPECT_EQ(node->getName(), L"node");
+    EXPECT_STREQ(extra->getName(), L"extra");
+    commit();
+    EXPECT_EQ(scene.root()->getFirstChild(), nullptr);
+    EXPECT_EQ(recorded(), Lines{});
+}
+
+TEST_F(ChangeManagerOutsideUndoTest, ANodeDestroyedAgainAfterItCameBackBelowIsRecordedOnce)
+{
+    Node* const node = create(L"node");
+    Element* const extra = createElement(L"extra", node);
+    commit();
+    destroy(extra);
+    destroy(node);
+    ASSERT_EQ(undo.rollback(0), Status::kSuccess);
+    ASSERT_FALSE(node->isDestroyed());
+    ASSERT_FALSE(extra->isDestroyed());
+    destroy(extra);
+    destroy(node);
+    EXPECT_EQ(recorded(), (Lines{L"destroyed node |node", L"destroyed dynamic attribute |node.extra"}));
+}
+
+TEST_F(ChangeManagerOutsideUndoTest, AUndoThatIsReplayedBelowIsNotReported)
+{
+    create(L"node");
+    commit();
+    ASSERT_EQ(undo.undo(), Status::kSuccess);
+    commit();
+    EXPECT_EQ(observer.told.back(), Lines{});
+    ASSERT_EQ(undo.redo(), Status::kSuccess);
+    commit();
+    EXPECT_EQ(observer.told.back(), Lines{});
+    EXPECT_NE(scene.root()->findChildByName(L"node"), nullptr);
+}
+
+/// The recommended order: undo outside, so that what it replays is an edit like any other.
+TEST_F(ChangeManagerLayerTest, UndoAndRedoThroughTheLayerAreReported)
+{
+    RecordingObserver observer;
+    reports.addObserver(&observer);
+    UndoManager undo(&reports, scene.core());
+    Node* node = nullptr;
+    ASSERT_EQ(undo.db_createNode(Scene::kAll, L"node", nullptr, nullptr, &node), Status::kSuccess);
+    ASSERT_EQ(undo.db_commit(L"create", L"", 0), Status::kSuccess);
+    ASSERT_EQ(undo.undo(), Status::kSuccess);
+    EXPECT_EQ(observer.told.back(), Lines{L"destroyed node |node"});
+    ASSERT_EQ(undo.redo(), Status::kSuccess);
+    EXPECT_EQ(observer.told.back(), Lines{L"created node |node"});
+}
+
+/// Destroyed and brought back within one unit: in both lists, and the node lives.
+TEST_F(ChangeManagerLayerTest, ANodeDestroyedAndRolledBackThroughTheLayerIsDestroyedAndCreated)
+{
+    RecordingObserver observer;
+    reports.addObserver(&observer);
+    Node* const node = scene.node(L"node");
+    UndoManager undo(&reports, scene.core());
+    const unsigned int point = undo.createRollbackPoint();
+    ASSERT_EQ(undo.db_destroyLeafNode(node), Status::kSuccess);
+    ASSERT_EQ(undo.rollback(point), Status::kSuccess);
+    EXPECT_EQ(observer.told.back(), (Lines{L"created node |node", L"destroyed node |node"}));
+    EXPECT_FALSE(node->isDestroyed());
+}
+
+} // namespace
+} // namespace db2test
