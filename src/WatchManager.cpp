@@ -63,28 +63,29 @@ bool WatchManager::hasWatchedNodeChanged(const Node* node) const
 // --- Marking ---
 
 /// Goes up from what was touched and reads the watches off the nodes, so that watches elsewhere cost nothing.
-void WatchManager::updateWatchedNodes(const Node& touched) const
+/// @param touched  null marks nothing.
+void WatchManager::updateWatchedNodes(Node* touched) const
 {
     if (watched_.empty())
         return;
-    for (const Node* node = &touched; node != nullptr; node = node->getParent())
+    for (Node* node = touched; node != nullptr; node = node->getParent())
     {
         const bool isArmed = (node->getFlags() & NodeFlag::kWatchFlags) == NodeFlag::kWatched;
-        if (isArmed) // the mark is the watch's, not an edit of the node
-            const_cast<Node*>(node)->setFlag(NodeFlag::kWatchChanged);
+        if (isArmed)
+            node->setFlag(NodeFlag::kWatchChanged);
     }
 }
 
 void WatchManager::updateWatchedNodes(const Element& touched) const
 {
     if (!watched_.empty() && !touched.hasMetaDataFlag(ElementMetaDataFlag::kNotWatched))
-        updateWatchedNodes(*touched.getNode());
+        updateWatchedNodes(touched.getNode());
 }
 
-Status WatchManager::markIfDone(Status status, const Node* node)
+Status WatchManager::markIfDone(Status status, Node* node)
 {
     if (status == Status::kSuccess)
-        updateWatchedNodes(*node);
+        updateWatchedNodes(node);
     return status;
 }
 
@@ -133,13 +134,12 @@ Status WatchManager::db_reparentNode(Node* node, Node* newParent, Node* next, co
 {
     if (node == nullptr)
         return Status::kNullNodeToReparent;
-    const Node* const oldParent = node->getParent(); // the edit replaces it, so it is read first
+    Node* const oldParent = node->getParent(); // the edit replaces it, so it is read first
     const Status status = ForwardingLayer::db_reparentNode(node, newParent, next, name);
     if (status != Status::kSuccess)
         return status;
-    if (oldParent != nullptr)
-        updateWatchedNodes(*oldParent);
-    updateWatchedNodes(*newParent);
+    updateWatchedNodes(oldParent);
+    updateWatchedNodes(newParent);
     return status;
 }
 

@@ -12,6 +12,7 @@ namespace db2 {
 /// Calls nobody: the host asks hasWatchedNodeChanged() when it likes and arms the watch again with resetWatch(). Sees
 /// only edits that pass through it; what an inner layer edits by itself leaves no mark. A watch survives commits; it ends
 /// by removeWatch(), with the node's destruction (at the next commit when an inner layer destroyed it) or by db_clear.
+/// A copy has the same watches, whose marks stand on the nodes: use one of the two.
 /// Cost: with watches, one step an ancestor of what an edit touches, however many watches there are; one pass over the
 /// watches a commit. Threads: the editing thread only.
 class DB2_API WatchManager : public ForwardingLayer
@@ -72,9 +73,9 @@ public:
     Status db_clear() override;
 
 private:
-    Status markIfDone(Status status, const Node* node);
+    Status markIfDone(Status status, Node* node);
     Status markIfDone(Status status, const Element* element);
-    void updateWatchedNodes(const Node& touched) const;
+    void updateWatchedNodes(Node* touched) const;
     void updateWatchedNodes(const Element& touched) const;
 
     std::unordered_set<Node*> watched_; ///< holds a node exactly when it has NodeFlag::kWatched; its order is not used
