@@ -191,6 +191,42 @@ TEST_P(ConcreteChangeSetListTest, IsWhatAPlainVectorWouldBe)
     }
 }
 
+/// The same with lists that are long enough to be indexed, without and with repeats.
+TEST_F(ConcreteChangeSetTest, ALongListIsWhatAPlainVectorWouldBe)
+{
+    std::vector<char> addresses(400); // nobody looks at what the list points to
+    for (const std::uint64_t seed : {1u, 2u, 3u, 4u})
+    {
+        Random random(seed);
+        SCOPED_TRACE(random.description());
+        const bool hasRepeats = seed % 2 == 0;
+        ConcreteChangeSet set;
+        std::vector<Node*> model;
+        for (int step = 0; step < 10000; ++step)
+        {
+            auto* const node = reinterpret_cast<Node*>(&random.pick(addresses));
+            const auto found = std::find(model.begin(), model.end(), node);
+            const bool isAddition = model.size() < 100 || random.chance(1, 2);
+            if (isAddition && (found == model.end() || hasRepeats))
+            {
+                set.addCreatedNode(node);
+                model.push_back(node);
+            }
+            else if (!isAddition && (found != model.end() || random.chance(1, 20)))
+            {
+                set.removeCreatedNode(node);
+                model.erase(found != model.end() ? found : model.end() - 1);
+            }
+            ASSERT_EQ(set.CreatedNodeCount(), model.size()) << "step " << step;
+            if (random.chance(1, 30))
+            {
+                for (unsigned int i = 0; i < model.size(); ++i)
+                    ASSERT_EQ(set.CreatedNode(i), model[i]) << "step " << step;
+            }
+        }
+    }
+}
+
 TEST_P(ConcreteChangeSetListTest, ANullIsAnEntryLikeAnyOther)
 {
     const Listed nothing;
