@@ -1,11 +1,11 @@
 #include "support/ChangeLists.h"
 #include "support/Scene.h"
+#include "support/VirtualSlots.h"
 
 #include <gtest/gtest.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -19,6 +19,7 @@ namespace {
 static_assert(std::is_abstract_v<ChangeSet>);
 static_assert(std::has_virtual_destructor_v<ChangeSet>);
 static_assert(std::is_base_of_v<ChangeSet, ConcreteChangeSet>);
+static_assert(std::is_empty_v<BreadthFirstSortFunctor>);
 
 class ChangeSetTest : public ::testing::Test
 {
@@ -251,19 +252,7 @@ TEST_F(ChangeSetTest, AnElementGoesToTheListOfItsKind)
 
 // --- Slots ---
 
-// The C++ ABI of these compilers and machines: the first word of a pointer to a virtual member function is its place in
-// the table, in bytes, plus one; a virtual destructor takes two places.
-#if defined(__GXX_ABI_VERSION) && (defined(__x86_64__) || defined(__i386__)) && !defined(_WIN32)
-
-template <class Operation>
-std::size_t slotOf(Operation operation)
-{
-    static_assert(std::is_member_function_pointer_v<Operation>);
-    std::uintptr_t place = 0;
-    std::memcpy(&place, &operation, sizeof(place));
-    EXPECT_EQ(place % sizeof(void*), 1u) << "not a virtual function";
-    return place / sizeof(void*);
-}
+#if KQDB_TEST_KNOWS_SLOTS
 
 TEST_F(ChangeSetTest, TheOperationsHaveTheirSlotsBehindTheDestructor)
 {

@@ -5,7 +5,6 @@
 #include <kqtl/pod_vector.h>
 
 #include <cstddef>
-#include <memory>
 #include <unordered_map>
 
 namespace db2 {

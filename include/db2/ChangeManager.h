@@ -13,7 +13,10 @@ namespace db2 {
 
 /// Turns the edits of a unit of work into a change set and tells the host's observers at the commit.
 /// Forwards each edit first and records it when it succeeded; what a unit both makes and destroys is reported as neither.
-/// While observers run every edit is refused, with an error in the log.
+/// While observers run every edit is refused, with an error in the log. A creation that the next layer refuses writes
+/// null to its out-argument.
+/// Sees only edits that pass through it. What an inner layer undoes by itself is not reported, and what it takes back of
+/// this unit's creations is left out of the report.
 /// Cost: constant an edit, amortised; sorting at the report. A lock also visits the referencers of what it locks.
 /// Threads: the editing thread only.
 class DB2_API ChangeManager : public ForwardingLayer

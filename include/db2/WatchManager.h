@@ -12,6 +12,7 @@ namespace db2 {
 /// Calls nobody: the host asks hasWatchedNodeChanged() when it likes and arms the watch again with resetWatch(). Sees
 /// only edits that pass through it; what an inner layer edits by itself leaves no mark. A watch survives commits; it ends
 /// by removeWatch(), with the node's destruction (at the next commit when an inner layer destroyed it) or by db_clear.
+/// A creation that the next layer refuses writes null to its out-argument.
 /// A copy has the same watches, whose marks stand on the nodes: use one of the two.
 /// Cost: with watches, one step an ancestor of what an edit touches, however many watches there are; one pass over the
 /// watches a commit. Threads: the editing thread only.

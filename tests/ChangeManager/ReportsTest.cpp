@@ -1,8 +1,11 @@
 #include "support/ChangeScene.h"
 #include "support/RecordingObservers.h"
 #include "support/TreeDump.h"
+#include "support/VirtualSlots.h"
 
 #include <stdexcept>
+#include <string>
+#include <type_traits>
 
 // How a unit of work ends: what observers are told, in which order, and what they may do meanwhile.
 
@@ -463,6 +466,22 @@ TEST_F(ChangeManagerReportsTest, PreObserversComeAndGoAsObserversDo)
     EXPECT_EQ(preObserver.told.size(), 1u);
     EXPECT_EQ(second.told.size(), 1u);
 }
+
+// --- The observers' interfaces ---
+
+static_assert(std::is_abstract_v<DataObserver> && !std::has_virtual_destructor_v<DataObserver>);
+static_assert(std::is_abstract_v<DataPreObserver> && !std::has_virtual_destructor_v<DataPreObserver>);
+
+#if KQDB_TEST_KNOWS_SLOTS
+
+TEST_F(ChangeManagerReportsTest, TheOperationsOfObserversHaveTheirSlots)
+{
+    EXPECT_EQ(slotOf(&DataPreObserver::onPreReportChanges), 0u);
+    EXPECT_EQ(slotOf(&DataObserver::onReportChanges), 0u);
+    EXPECT_EQ(slotOf(&DataObserver::onClear), 1u);
+}
+
+#endif
 
 } // namespace
 } // namespace db2test
