@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace db2test {
@@ -436,7 +437,7 @@ TEST_F(WatchManagerTest, WhatTheNextLayerRefusesIsPassedUpAndMarksNothing)
         EXPECT_EQ(next.calls(), calls + 1) << "forwarded once";
         for (const Node* const node : {scene.root(), operands.node, operands.leaf, operands.sibling})
             EXPECT_FALSE(watches.hasWatchedNodeChanged(node));
-        if (operation.name != std::string("db_clear")) // which ends them before it is forwarded
+        if (operation.name != "db_clear") // which ends them before it is forwarded
         {
             EXPECT_TRUE(watches.isNodeWatched(operands.leaf));
         }
@@ -453,29 +454,10 @@ TEST_F(WatchManagerTest, EveryOperationIsForwardedAndAllButCommitsAndUnlocksMark
         ASSERT_EQ(watches.db_clear(), Status::kSuccess);
         Operands operands(scene);
         ASSERT_EQ(watches.addWatch(scene.root()), Status::kSuccess);
-        const std::string name = operation.name;
-        ValueHandle handle;
-        void* values = nullptr;
-        if (name == "db_unlockAttribute")
-        {
-            ASSERT_EQ(scene.core().db_lockAttribute(operands.locked, &handle), Status::kSuccess);
-        }
-        if (name == "db_unlockAttributeArray")
-        {
-            ASSERT_EQ(scene.core().db_lockAttributeArray(operands.lockedArray, &values), Status::kSuccess);
-        }
-        EXPECT_EQ(operation.call(watches, operands), Status::kSuccess);
-        const bool isEdit =
-            name.find("unlock") == std::string::npos && name.find("commit") == std::string::npos && name != "db_clear";
+        const std::string_view name = operation.name;
+        EXPECT_EQ(callUnlocked(operation, watches, operands), Status::kSuccess);
+        const bool isEdit = name.find("unlock") == name.npos && name.find("commit") == name.npos && name != "db_clear";
         EXPECT_EQ(watches.hasWatchedNodeChanged(scene.root()), isEdit);
-        if (operands.value->isLocked())
-        {
-            EXPECT_EQ(watches.db_unlockAttribute(operands.value), Status::kSuccess);
-        }
-        if (operands.array->isLocked())
-        {
-            EXPECT_EQ(watches.db_unlockAttributeArray(operands.array), Status::kSuccess);
-        }
     }
 }
 

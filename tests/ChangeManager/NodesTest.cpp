@@ -106,14 +106,13 @@ TEST_F(ChangeManagerNodesTest, ADestroyedNodeLeavesTheListsOfRenamedReparentedAn
     for (const Row& row : rows)
     {
         SCOPED_TRACE(row.what);
-        if (hand->isDestroyed())
-            hand = scene.node(L"hand", arm);
         row.edit();
         ASSERT_EQ(recorded(), Lines{row.before});
         destroy(hand);
         EXPECT_EQ(recorded(), Lines{row.after});
         EXPECT_EQ(hand->getFlags() & NodeFlag::kChangeFlags, NodeFlag::kDestroyedNow);
         commit();
+        hand = scene.node(L"hand", arm); // another for the next row
     }
 }
 

@@ -376,31 +376,13 @@ TEST_F(ChangeManagerReportsTest, EveryOperationGoesThroughWhileAPreReportRuns)
         SCOPED_TRACE(operation.name);
         ASSERT_EQ(data.db_clear(), Status::kSuccess);
         Operands operands(scene);
-        ValueHandle handle;
-        void* values = nullptr;
-        if (operation.name == std::string("db_unlockAttribute"))
-        {
-            ASSERT_EQ(data.db_lockAttribute(operands.locked, &handle), Status::kSuccess);
-        }
-        if (operation.name == std::string("db_unlockAttributeArray"))
-        {
-            ASSERT_EQ(data.db_lockAttributeArray(operands.lockedArray, &values), Status::kSuccess);
-        }
         int calls = 0;
         preObserver.onPreReport = [&](const ChangeSet&) {
             ++calls;
-            EXPECT_EQ(operation.call(data, operands), Status::kSuccess);
+            EXPECT_EQ(callUnlocked(operation, data, operands), Status::kSuccess);
         };
         EXPECT_EQ(reports.preReportChanges(false), Status::kSuccess);
         EXPECT_EQ(calls, 1);
-        if (operands.value->isLocked())
-        {
-            EXPECT_EQ(data.db_unlockAttribute(operands.value), Status::kSuccess);
-        }
-        if (operands.array->isLocked())
-        {
-            EXPECT_EQ(data.db_unlockAttributeArray(operands.array), Status::kSuccess);
-        }
     }
     EXPECT_TRUE(scene.log().take().empty());
 }

@@ -70,6 +70,31 @@ const std::vector<Operation>& everyOperation()
     return operations;
 }
 
+Status callUnlocked(const Operation& operation, DataInterface& data, Operands& with)
+{
+    CoreManager& core = with.scene.core();
+    ValueHandle value;
+    void* values = nullptr;
+    if (operation.name == "db_unlockAttribute")
+    {
+        EXPECT_EQ(core.db_lockAttribute(with.locked, &value), Status::kSuccess);
+    }
+    if (operation.name == "db_unlockAttributeArray")
+    {
+        EXPECT_EQ(core.db_lockAttributeArray(with.lockedArray, &values), Status::kSuccess);
+    }
+    const Status status = operation.call(data, with);
+    if (operation.name == "db_lockAttribute")
+    {
+        EXPECT_EQ(core.db_unlockAttribute(with.value), Status::kSuccess);
+    }
+    if (operation.name == "db_lockAttributeArray")
+    {
+        EXPECT_EQ(core.db_unlockAttributeArray(with.array), Status::kSuccess);
+    }
+    return status;
+}
+
 // --- RefusingLayer ---
 
 Status RefusingLayer::db_createNode(unsigned int typeId, const wchar_t* name, Node* parent, Node* next, Node** outNode)

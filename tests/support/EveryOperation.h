@@ -2,6 +2,7 @@
 
 #include "Scene.h"
 
+#include <string_view>
 #include <vector>
 
 namespace db2test {
@@ -34,12 +35,16 @@ struct Operands
 /// One operation of DataInterface, called with the operands.
 struct Operation
 {
-    const char* name;
+    std::string_view name;
     Status (*call)(DataInterface& data, Operands& with);
 };
 
 /// All nineteen, in slot order.
 [[nodiscard]] const std::vector<Operation>& everyOperation();
+
+/// Calls the operation with nothing locked: makes the lock that an unlock needs, and ends the one that a lock makes, both
+/// in the core directly. @return what the operation answered.
+Status callUnlocked(const Operation& operation, DataInterface& data, Operands& with);
 
 /// A layer that refuses everything, or forwards, and counts what it is asked for.
 class RefusingLayer : public ForwardingLayer
