@@ -150,6 +150,14 @@ TEST_P(ConcreteChangeSetListTest, TakingOutWhatIsNotThereDropsTheLastEntry)
     EXPECT_EQ(numbersIn(list), std::vector<int>{});
 }
 
+TEST_P(ConcreteChangeSetListTest, TakingOutOfAnEmptyListDoesNothing)
+{
+    list.remove(changes, objects[0]);
+    EXPECT_EQ(list.count(changes), 0u);
+    fill(list, {1});
+    EXPECT_EQ(numbersIn(list), std::vector<int>{1});
+}
+
 TEST_P(ConcreteChangeSetListTest, WhatWasTakenOutCanBeAddedAgainAndStandsLast)
 {
     fill(list, {0, 1, 2});

@@ -84,6 +84,54 @@ TEST_F(ChangeManagerLayerTest, TheEndOfALayerTellsNobodyAndLeavesTheChangeSetsAl
     commit();
 }
 
+// --- What a host's own layer can build on ---
+
+class DerivedManager : public ChangeManager
+{
+public:
+    using ChangeManager::addChangedAttribute;
+    using ChangeManager::ChangeManager;
+    using ChangeManager::clear;
+    using ChangeManager::handleCreatedNode;
+    using ChangeManager::reportChanges;
+};
+
+TEST_F(ChangeManagerLayerTest, ADerivedLayerCanRecord)
+{
+    DerivedManager derived(&next, changes, snapshot);
+    Node* const node = scene.node(L"node");
+    Node* const made = scene.node(L"made");
+    AttributeArray* const items = node->findAttributeArrayByName(L"IntItems");
+    ASSERT_EQ(scene.core().db_resizeAttributeArray(items, 1), Status::kSuccess);
+    derived.handleCreatedNode(made);
+    derived.handleCreatedNode(made);
+    derived.addChangedAttribute(node->findAttributeByName(L"Int"));
+    derived.addChangedAttribute(node->findAttributeByName(L"Int"));
+    derived.addChangedAttribute(made->findAttributeByName(L"Int")); // of a created node
+    derived.addChangedAttribute(items->getAttribute(0));
+    EXPECT_EQ(recorded(), (Lines{L"created node |made", L"changed node |node", L"changed attribute |node.Int"}));
+}
+
+TEST_F(ChangeManagerLayerTest, ADerivedLayerCanReportAndClear)
+{
+    DerivedManager derived(&next, changes, snapshot);
+    RecordingObserver observer;
+    derived.addObserver(&observer);
+    Node* const node = scene.node(L"node");
+    derived.handleCreatedNode(node);
+    derived.reportChanges(true);
+    EXPECT_EQ(observer.told, std::vector<Lines>{Lines{L"created node |node"}});
+    EXPECT_EQ(observer.transients, std::vector<bool>{true});
+    EXPECT_EQ(recorded(), Lines{});
+    EXPECT_EQ(next.calls(), 0u) << "a report is no commit";
+
+    derived.handleCreatedNode(node);
+    derived.clear();
+    EXPECT_EQ(recorded(), Lines{});
+    EXPECT_FALSE(node->hasAnyFlag(NodeFlag::kChangeFlags));
+    EXPECT_EQ(observer.told.size(), 1u);
+}
+
 // --- Copies ---
 
 TEST_F(ChangeManagerLayerTest, ACopyHasTheSameSetsAndItsOwnListsOfTheSameObservers)
