@@ -5,8 +5,12 @@
 namespace db2 {
 namespace {
 
-// Below, a scan is faster than an index.
+// Up to so many entries a scan is faster than an index.
 constexpr std::size_t kScanUpTo = 32;
+
+// An index costs as much as some dozens of scans, and memory. So many of a whole list are made before it, in vain when
+// many entries are to be taken out and saving all of it when only a few are.
+constexpr std::size_t kScansBeforeIndex = 32;
 
 // What stands where an entry was taken out: an address that nobody else has, because null is an entry like any other.
 char holeMark;
@@ -28,6 +32,7 @@ void ChangeListBase::clear()
 {
     entries_.clear();
     holes_ = 0;
+    scanned_ = 0;
     forgetPositions();
 }
 
@@ -62,6 +67,7 @@ void ChangeListBase::closeHoles() const
     const auto end = std::remove(entries_.begin(), entries_.end(), kHole);
     entries_.resize(static_cast<std::size_t>(end - entries_.begin()));
     holes_ = 0;
+    scanned_ = 0;
     forgetPositions();
 }
 
@@ -80,19 +86,27 @@ void ChangeListBase::removePointer(void* pointer)
     positionsEnd_ = std::min(positionsEnd_, entries_.size());
 }
 
-/// Finds the entry to take out, and makes the positions true for the list without it.
+/// Finds the entry to take out.
 std::size_t ChangeListBase::takePosition(void* pointer)
 {
-    const std::size_t last = entries_.size() - 1; // never a hole
-    if (entries_.size() <= kScanUpTo)
-    {
-        forgetPositions();
-        return std::min(findFrom(0, pointer), last);
-    }
+    const bool hasIndex = positionsEnd_ != 0;
+    const bool isScanned = !hasIndex && scanned_ / kScansBeforeIndex < entries_.size();
+    if (entries_.size() > kScanUpTo && !isScanned)
+        return takeFromIndex(pointer);
+    forgetPositions();
+    const std::size_t found = std::min(findFrom(0, pointer), entries_.size() - 1);
+    scanned_ += found + 1;
+    return found;
+}
+
+/// Makes the index true for all entries, and then for the list without the one that is found.
+std::size_t ChangeListBase::takeFromIndex(void* pointer)
+{
     for (; positionsEnd_ < entries_.size(); ++positionsEnd_)
         if (entries_[positionsEnd_] != kHole)
             hasRepeats_ = !positions_.emplace(entries_[positionsEnd_], positionsEnd_).second || hasRepeats_;
 
+    const std::size_t last = entries_.size() - 1; // never a hole
     auto at = positions_.find(pointer);
     const bool isAbsent = at == positions_.end();
     const std::size_t position = isAbsent ? last : at->second;

@@ -45,6 +45,7 @@ private:
     void closeHoles() const;
     void forgetPositions() const;
     [[nodiscard]] std::size_t takePosition(void* pointer);
+    [[nodiscard]] std::size_t takeFromIndex(void* pointer);
     [[nodiscard]] std::size_t findFrom(std::size_t position, const void* pointer) const;
 
     mutable kqtl::pod_vector<void*> entries_; ///< some are holes; the last one never is
@@ -52,6 +53,7 @@ private:
     mutable Positions positions_; ///< of the first entries equal to a pointer, up to positionsEnd_
     mutable std::size_t positionsEnd_ = 0;
     mutable bool hasRepeats_ = false; ///< among the entries up to positionsEnd_
+    mutable std::size_t scanned_ = 0; ///< entries looked at since the holes were closed last
 };
 
 /// The typed list.
