@@ -11,7 +11,6 @@ namespace KQutils {
 
 namespace {
 
-constexpr std::size_t kFirstChunkBytes = 1024; ///< an undo item of a few edits fits
 constexpr std::size_t kLargestChunkBytes = 64 * 1024;
 constexpr std::size_t kLargestSharedBytes = kLargestChunkBytes / 4; ///< above, a request gets a chunk of its own
 
@@ -37,12 +36,26 @@ struct FastHeap::Chunk
 FastHeap::~FastHeap()
 {
     static_assert(sizeof(Chunk) <= kHeaderBytes);
-    while (chunks_ != nullptr)
+    freeChunksUntil(nullptr);
+}
+
+void FastHeap::freeChunksUntil(const Chunk* kept) noexcept
+{
+    while (chunks_ != kept)
     {
         Chunk* const next = chunks_->next;
         KQTLFree(chunks_);
         chunks_ = next;
     }
+}
+
+void FastHeap::rewind(const Mark& mark) noexcept
+{
+    freeChunksUntil(mark.chunks);
+    cursor_ = mark.cursor;
+    remaining_ = mark.remaining;
+    nextChunkBytes_ = mark.nextChunkBytes;
+    bytesInUse_ = mark.bytesInUse;
 }
 
 void* FastHeap::alloc(std::size_t bytes, std::size_t alignment)
@@ -92,14 +105,13 @@ void* FastHeap::allocOwnChunk(std::size_t bytes, std::size_t alignment)
 /// @return false, with nothing changed, when memory is out.
 bool FastHeap::startChunkFor(std::size_t bytes)
 {
-    const std::size_t regular = nextChunkBytes_ == 0 ? kFirstChunkBytes : nextChunkBytes_;
-    const std::size_t chunkBytes = std::max(regular, kHeaderBytes + bytes);
+    const std::size_t chunkBytes = std::max(nextChunkBytes_, kHeaderBytes + bytes);
     Chunk* const chunk = addChunk(chunkBytes, kChunkAlignment);
     if (chunk == nullptr)
         return false;
     cursor_ = reinterpret_cast<char*>(chunk) + kHeaderBytes;
     remaining_ = chunkBytes - kHeaderBytes;
-    nextChunkBytes_ = std::min(regular * 2, kLargestChunkBytes);
+    nextChunkBytes_ = std::min(nextChunkBytes_ * 2, kLargestChunkBytes);
     return true;
 }
 

@@ -91,7 +91,8 @@ public:
     void setMaxUndoItems(int limit);
     [[nodiscard]] int getMaxUndoItems() const { return limit_; }
 
-    /// Drops both stacks for good; what they held is freed by the next commit.
+    /// Drops both stacks for good; what they held is freed by the next commit. Does nothing while an item is replayed,
+    /// which only a layer further in could ask for.
     void clearUndoHistory();
 
     // --- Has the document changed? ---
@@ -138,23 +139,27 @@ public:
 private:
     using ItemStack = std::deque<std::unique_ptr<UndoItem>>; // the limit takes items off its front
 
-    template <class Operation, class Prepare, class Edit, class Complete>
-    Status record(Operation* operation, Prepare prepare, Edit edit, Complete complete);
-    template <class Operation, class Edit>
-    Status record(Operation* operation, Edit edit);
+    template <class Make, class Edit>
+    Status record(Make make, Edit edit);
+    template <class Create>
+    Status createNode(Create create, Node** outNode);
     [[nodiscard]] static bool isExempt(const Element& element);
+    [[nodiscard]] static bool isValueExempt(const Element& element);
     [[nodiscard]] bool closeItem(const wchar_t* description);
+    void takeOverRefused(UndoItem& item);
     [[nodiscard]] bool canReplay() const;
     Status replayTop(ItemStack& from, ItemStack& to, int revisionStep);
-    void replayOperations(UndoItem& item, unsigned int downTo, DataInterface& target, UndoItem* recorder);
+    template <class Keep>
+    void replayOperations(UndoItem& item, unsigned int downTo, DataInterface& target, Keep keep);
     void dropStack(ItemStack& stack, void (UndoObserver::*popped)(UndoManager*));
     void dropOperations(UndoItem& item);
     void applyLimit();
+    void renewCurrent();
 
     ObserverList<UndoObserver> observers_;
     CoreManager& core_;
     std::unique_ptr<UndoItem> current_;             ///< the open item; always there
-    ItemStack undoStack_;                           ///< the top is the last
+    ItemStack undoStack_;                           ///< the top is the last; null where an item is about to stand
     ItemStack redoStack_;                           ///< likewise
     kqtl::pod_vector<unsigned int> rollbackPoints_; ///< numbers of operations in the open item
     int limit_ = kNoLimit;

@@ -9,9 +9,9 @@ namespace db2 {
 
 // --- Dynamic elements ---
 
-bool CreateElementOperation::undo(const ReplayContext& context)
+bool CreateElementOperation::undo(DataInterface& target, CoreManager&)
 {
-    return context.target.db_destroyDynamicElement(element_) == Status::kSuccess;
+    return target.db_destroyDynamicElement(element_) == Status::kSuccess;
 }
 
 DestroyElementOperation::DestroyElementOperation(Element& element)
@@ -19,37 +19,16 @@ DestroyElementOperation::DestroyElementOperation(Element& element)
 {
 }
 
-DestroyElementOperation::DestroyElementOperation(const DestroyElementOperation& other, bool wasRefused)
-    : element_(other.element_), next_(other.next_), wasRefused_(wasRefused)
+bool DestroyElementOperation::undo(DataInterface& target, CoreManager& core)
 {
-}
-
-bool DestroyElementOperation::undo(const ReplayContext& context)
-{
-    if (wasRefused_)
-    {
-        handOver(context, false);
-        return true;
-    }
-    UndoAccess::resurrectElement(context.core, *element_);
+    UndoAccess::resurrectElement(core, *element_);
     const ElementMetaDataCopier definition(*element_->getMetaData());
     const Status status =
-        context.target.db_createDynamicElement(definition, element_->getName(), element_->getNode(), next_, nullptr);
-    UndoAccess::takeBackElement(context.core);
-    if (status != Status::kSuccess)
-        handOver(context, true);
+        target.db_createDynamicElement(definition, element_->getName(), element_->getNode(), next_, nullptr);
+    UndoAccess::takeBackElement(core); // when it was refused the element stays archived
+    if (status == Status::kSuccess)
+        element_ = nullptr;
     return status == Status::kSuccess;
-}
-
-/// The element stays archived. The item that records the replay holds it from now on; without one it is given up.
-void DestroyElementOperation::handOver(const ReplayContext& context, bool wasRefused)
-{
-    UndoItem* const recorder = context.recorder;
-    auto* const holder = recorder != nullptr ? recorder->make<DestroyElementOperation>(0, *this, wasRefused) : nullptr;
-    if (holder != nullptr)
-        recorder->add(holder);
-    else
-        discard(context.core);
 }
 
 void DestroyElementOperation::discard(CoreManager& core)
@@ -57,16 +36,16 @@ void DestroyElementOperation::discard(CoreManager& core)
     UndoAccess::finalDestroyElement(core, *element_);
 }
 
-bool RenameElementOperation::undo(const ReplayContext& context)
+bool RenameElementOperation::undo(DataInterface& target, CoreManager&)
 {
-    return context.target.db_renameDynamicElement(element_, oldName_) == Status::kSuccess;
+    return target.db_renameDynamicElement(element_, oldName_) == Status::kSuccess;
 }
 
 // --- References ---
 
-bool CreateReferenceOperation::undo(const ReplayContext& context)
+bool CreateReferenceOperation::undo(DataInterface& target, CoreManager&)
 {
-    return context.target.db_destroyReference(referencer_) == Status::kSuccess;
+    return target.db_destroyReference(referencer_) == Status::kSuccess;
 }
 
 DestroyReferenceOperation::DestroyReferenceOperation(Attribute& referencer)
@@ -74,9 +53,9 @@ DestroyReferenceOperation::DestroyReferenceOperation(Attribute& referencer)
 {
 }
 
-bool DestroyReferenceOperation::undo(const ReplayContext& context)
+bool DestroyReferenceOperation::undo(DataInterface& target, CoreManager&)
 {
-    return context.target.db_createReference(referenced_, referencer_, isSingle_) == Status::kSuccess;
+    return target.db_createReference(referenced_, referencer_, isSingle_) == Status::kSuccess;
 }
 
 } // namespace db2

@@ -11,7 +11,7 @@ public:
     void setElement(Element* element) { element_ = element; } ///< once it is there
 
     [[nodiscard]] const wchar_t* name() const override { return L"db_createDynamicElement"; }
-    bool undo(const ReplayContext& context) override;
+    bool undo(DataInterface& target, CoreManager& core) override;
 
 private:
     Element* element_ = nullptr;
@@ -25,18 +25,16 @@ public:
     explicit DestroyElementOperation(Element& element);
 
     [[nodiscard]] const wchar_t* name() const override { return L"db_destroyDynamicElement"; }
-    bool undo(const ReplayContext& context) override;
+    bool undo(DataInterface& target, CoreManager& core) override;
     void discard(CoreManager& core) override;
+    [[nodiscard]] bool isHolding() const override { return element_ != nullptr; }
+    [[nodiscard]] bool isRefused() const override { return isRefused_; }
+    void setRefused(bool isRefused) override { isRefused_ = isRefused; }
 
 private:
-    friend class UndoItem;
-
-    DestroyElementOperation(const DestroyElementOperation& other, bool wasRefused);
-    void handOver(const ReplayContext& context, bool wasRefused);
-
-    Element* element_;
+    Element* element_; ///< null once it is back
     Element* next_;
-    bool wasRefused_ = false; ///< the element should have come back and could not; taking that back changes nothing
+    bool isRefused_ = false;
 };
 
 /// db_renameDynamicElement.
@@ -46,7 +44,7 @@ public:
     RenameElementOperation(Element& element, const wchar_t* oldName) : element_(&element), oldName_(oldName) {}
 
     [[nodiscard]] const wchar_t* name() const override { return L"db_renameDynamicElement"; }
-    bool undo(const ReplayContext& context) override;
+    bool undo(DataInterface& target, CoreManager& core) override;
 
 private:
     Element* element_;
@@ -60,7 +58,7 @@ public:
     explicit CreateReferenceOperation(Attribute& referencer) : referencer_(&referencer) {}
 
     [[nodiscard]] const wchar_t* name() const override { return L"db_createReference"; }
-    bool undo(const ReplayContext& context) override;
+    bool undo(DataInterface& target, CoreManager& core) override;
 
 private:
     Attribute* referencer_;
@@ -74,7 +72,7 @@ public:
     explicit DestroyReferenceOperation(Attribute& referencer);
 
     [[nodiscard]] const wchar_t* name() const override { return L"db_destroyReference"; }
-    bool undo(const ReplayContext& context) override;
+    bool undo(DataInterface& target, CoreManager& core) override;
 
 private:
     Attribute* referenced_;

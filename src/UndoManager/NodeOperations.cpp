@@ -14,9 +14,14 @@ void CreateNodeOperation::setNode(Node* node)
     node_->setFlag(NodeFlag::kCreatedInItem);
 }
 
-bool CreateNodeOperation::undo(const ReplayContext& context)
+const wchar_t* CreateNodeOperation::name() const
 {
-    return context.target.db_destroyLeafNode(node_) == Status::kSuccess;
+    return node_->isUnknown() ? L"db_createUnknownNode" : L"db_createNode";
+}
+
+bool CreateNodeOperation::undo(DataInterface& target, CoreManager&)
+{
+    return target.db_destroyLeafNode(node_) == Status::kSuccess;
 }
 
 void CreateNodeOperation::clearFlags()
@@ -31,23 +36,13 @@ DestroyNodeOperation::DestroyNodeOperation(Node& node)
 {
 }
 
-DestroyNodeOperation::DestroyNodeOperation(const DestroyNodeOperation& other, bool wasRefused)
-    : node_(other.node_), parent_(other.parent_), next_(other.next_), wasRefused_(wasRefused)
+bool DestroyNodeOperation::undo(DataInterface& target, CoreManager& core)
 {
-}
-
-bool DestroyNodeOperation::undo(const ReplayContext& context)
-{
-    if (wasRefused_)
-    {
-        handOver(context, false);
-        return true;
-    }
-    UndoAccess::resurrectNode(context.core, *node_);
-    const Status status = recreate(context.target);
-    UndoAccess::takeBackNode(context.core);
-    if (status != Status::kSuccess)
-        handOver(context, true);
+    UndoAccess::resurrectNode(core, *node_);
+    const Status status = recreate(target);
+    UndoAccess::takeBackNode(core); // when it was refused the node stays archived
+    if (status == Status::kSuccess)
+        node_ = nullptr;
     return status == Status::kSuccess;
 }
 
@@ -60,17 +55,6 @@ Status DestroyNodeOperation::recreate(DataInterface& target) const
                                        node_->isLegacy(), nullptr);
 }
 
-/// The node stays archived. The item that records the replay holds it from now on; without one it is given up.
-void DestroyNodeOperation::handOver(const ReplayContext& context, bool wasRefused)
-{
-    UndoItem* const recorder = context.recorder;
-    auto* const holder = recorder != nullptr ? recorder->make<DestroyNodeOperation>(0, *this, wasRefused) : nullptr;
-    if (holder != nullptr)
-        recorder->add(holder);
-    else
-        discard(context.core);
-}
-
 void DestroyNodeOperation::discard(CoreManager& core)
 {
     UndoAccess::finalDestroyNode(core, *node_);
@@ -78,9 +62,9 @@ void DestroyNodeOperation::discard(CoreManager& core)
 
 // --- Rename ---
 
-bool RenameNodeOperation::undo(const ReplayContext& context)
+bool RenameNodeOperation::undo(DataInterface& target, CoreManager&)
 {
-    return context.target.db_renameNode(node_, oldName_) == Status::kSuccess;
+    return target.db_renameNode(node_, oldName_) == Status::kSuccess;
 }
 
 // --- Reparent ---
@@ -90,18 +74,18 @@ ReparentNodeOperation::ReparentNodeOperation(Node& node, const wchar_t* oldName)
 {
 }
 
-bool ReparentNodeOperation::undo(const ReplayContext& context)
+bool ReparentNodeOperation::undo(DataInterface& target, CoreManager&)
 {
-    return context.target.db_reparentNode(node_, oldParent_, oldNext_, oldName_) == Status::kSuccess;
+    return target.db_reparentNode(node_, oldParent_, oldNext_, oldName_) == Status::kSuccess;
 }
 
 // --- Reorder ---
 
 ReorderNodeOperation::ReorderNodeOperation(Node& node) : node_(&node), oldNext_(node.getNextSibling()) {}
 
-bool ReorderNodeOperation::undo(const ReplayContext& context)
+bool ReorderNodeOperation::undo(DataInterface& target, CoreManager&)
 {
-    return context.target.db_reorderNode(node_, oldNext_) == Status::kSuccess;
+    return target.db_reorderNode(node_, oldNext_) == Status::kSuccess;
 }
 
 } // namespace db2

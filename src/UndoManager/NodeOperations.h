@@ -13,8 +13,8 @@ public:
     /// Notes the node once it is there, and marks it as made in this item.
     void setNode(Node* node);
 
-    [[nodiscard]] const wchar_t* name() const override { return L"db_createNode"; }
-    bool undo(const ReplayContext& context) override;
+    [[nodiscard]] const wchar_t* name() const override;
+    bool undo(DataInterface& target, CoreManager& core) override;
     void clearFlags() override;
 
 private:
@@ -29,20 +29,19 @@ public:
     explicit DestroyNodeOperation(Node& node);
 
     [[nodiscard]] const wchar_t* name() const override { return L"db_destroyLeafNode"; }
-    bool undo(const ReplayContext& context) override;
+    bool undo(DataInterface& target, CoreManager& core) override;
     void discard(CoreManager& core) override;
+    [[nodiscard]] bool isHolding() const override { return node_ != nullptr; }
+    [[nodiscard]] bool isRefused() const override { return isRefused_; }
+    void setRefused(bool isRefused) override { isRefused_ = isRefused; }
 
 private:
-    friend class UndoItem;
-
-    DestroyNodeOperation(const DestroyNodeOperation& other, bool wasRefused);
     [[nodiscard]] Status recreate(DataInterface& target) const;
-    void handOver(const ReplayContext& context, bool wasRefused);
 
-    Node* node_;
+    Node* node_; ///< null once it is back
     Node* parent_;
     Node* next_;
-    bool wasRefused_ = false; ///< the node should have come back and could not; taking that back changes nothing
+    bool isRefused_ = false;
 };
 
 /// db_renameNode.
@@ -52,7 +51,7 @@ public:
     RenameNodeOperation(Node& node, const wchar_t* oldName) : node_(&node), oldName_(oldName) {}
 
     [[nodiscard]] const wchar_t* name() const override { return L"db_renameNode"; }
-    bool undo(const ReplayContext& context) override;
+    bool undo(DataInterface& target, CoreManager& core) override;
 
 private:
     Node* node_;
@@ -66,7 +65,7 @@ public:
     ReparentNodeOperation(Node& node, const wchar_t* oldName);
 
     [[nodiscard]] const wchar_t* name() const override { return L"db_reparentNode"; }
-    bool undo(const ReplayContext& context) override;
+    bool undo(DataInterface& target, CoreManager& core) override;
 
 private:
     Node* node_;
@@ -82,7 +81,7 @@ public:
     explicit ReorderNodeOperation(Node& node);
 
     [[nodiscard]] const wchar_t* name() const override { return L"db_reorderNode"; }
-    bool undo(const ReplayContext& context) override;
+    bool undo(DataInterface& target, CoreManager& core) override;
 
 private:
     Node* node_;

@@ -1,14 +1,45 @@
 #include "UndoItem.h"
 
 #include <cstring>
+#include <cwchar>
 
 namespace db2 {
 
-const wchar_t* UndoItem::copyText(const kqx::String& text)
+UndoItem::~UndoItem()
 {
-    const std::size_t bytes = (text.size() + 1) * sizeof(wchar_t);
+    releaseOperations();
+    while (lender_ != nullptr) // one after the other: their chain may be long
+        lender_ = std::exchange(lender_->lender_, nullptr);
+}
+
+void UndoItem::releaseOperations()
+{
+    while (UndoableOperation* const operation = operations.takeNewest())
+        operation->release();
+}
+
+std::size_t UndoItem::memoryInUse() const
+{
+    std::size_t bytes = 0;
+    for (const UndoItem* item = this; item != nullptr; item = item->lender_.get())
+        bytes += item->heap_.bytesInUse();
+    return bytes;
+}
+
+const wchar_t* UndoItem::copyText(const wchar_t* text)
+{
+    const std::size_t bytes = (std::wcslen(text) + 1) * sizeof(wchar_t);
     void* const copy = heap_.alloc(bytes, alignof(wchar_t));
-    return copy != nullptr ? static_cast<const wchar_t*>(std::memcpy(copy, text.c_str(), bytes)) : nullptr;
+    return copy != nullptr ? static_cast<const wchar_t*>(std::memcpy(copy, text, bytes)) : nullptr;
+}
+
+void UndoItem::keepAlive(std::unique_ptr<UndoItem> lender)
+{
+    std::unique_ptr<UndoItem>* end = &lender->lender_;
+    while (*end != nullptr)
+        end = &(*end)->lender_;
+    *end = std::move(lender_);
+    lender_ = std::move(lender);
 }
 
 } // namespace db2

@@ -2,38 +2,45 @@
 
 #include "UndoableOperation.h"
 
+#include <db2/LibraryAllocated.h>
+
 #include <KQutils/FastHeap.h>
 #include <kqx/String.h>
 
 #include <cstddef>
+#include <memory>
 #include <new>
 #include <utility>
 
 namespace db2 {
 
 /// The operations of one unit of work, with the heap that holds them and their copies of plain values.
-class UndoItem
+class UndoItem : public LibraryAllocated
 {
 public:
-    UndoItem() = default;
+    UndoItem() : heap_(kFirstChunkBytes) {}
     UndoItem(const UndoItem&) = delete;
     UndoItem& operator=(const UndoItem&) = delete;
-    ~UndoItem() { truncate(0); }
+    ~UndoItem();
 
-    [[nodiscard]] bool isEmpty() const { return count_ == 0; }
-    [[nodiscard]] unsigned int count() const { return count_; }
-    [[nodiscard]] std::size_t memoryInUse() const { return heap_.bytesInUse(); }
+    [[nodiscard]] bool isEmpty() const { return operations.count() == 0; }
+
+    /// Ends the operations; the heap stays as it is.
+    void releaseOperations();
+
+    /// Bytes of the operations and plain values, lenders' included.
+    [[nodiscard]] std::size_t memoryInUse() const;
 
     kqx::String description;
+    OperationList operations; ///< released with the item
 
-    // --- Operations ---
+    // --- The heap ---
 
-    /// Makes an operation in the heap, with @p extraBytes behind it. It is not recorded until add().
-    /// @return null when memory is out.
+    /// Makes an operation in the heap, in no list yet. @return null when memory is out.
     template <class Operation, class... Arguments>
-    [[nodiscard]] Operation* make(std::size_t extraBytes, Arguments&&... arguments)
+    [[nodiscard]] Operation* make(Arguments&&... arguments)
     {
-        void* const place = heap_.alloc(sizeof(Operation) + extraBytes, alignof(Operation));
+        void* const place = heap_.alloc(sizeof(Operation), alignof(Operation));
         return place != nullptr ? ::new (place) Operation(std::forward<Arguments>(arguments)...) : nullptr;
     }
 
@@ -41,44 +48,22 @@ public:
     [[nodiscard]] void* allocate(std::size_t bytes, std::size_t alignment) { return heap_.alloc(bytes, alignment); }
 
     /// Copies a text into the heap. @return null when memory is out. @param text  not null.
-    [[nodiscard]] const wchar_t* copyText(const kqx::String& text);
+    [[nodiscard]] const wchar_t* copyText(const wchar_t* text);
 
-    void add(UndoableOperation* operation)
-    {
-        operation->previous_ = newest_;
-        newest_ = operation;
-        ++count_;
-    }
+    [[nodiscard]] KQutils::FastHeap::Mark mark() const { return heap_.mark(); }
 
-    /// Ends the newest operations until only so many are left.
-    void truncate(unsigned int count)
-    {
-        while (count_ > count)
-        {
-            UndoableOperation* const ended = newest_;
-            newest_ = ended->previous_;
-            --count_;
-            ended->release();
-        }
-    }
+    /// Takes back what was allocated since the mark; none of it may be in use.
+    void rewind(const KQutils::FastHeap::Mark& mark) { heap_.rewind(mark); }
 
-    /// Visits the operations from the newest on, down to but without the one at index @p downTo.
-    template <class Visit>
-    void forEachNewestFirst(unsigned int downTo, Visit visit)
-    {
-        UndoableOperation* at = newest_;
-        for (unsigned int left = count_; left > downTo; --left)
-        {
-            UndoableOperation* const operation = at;
-            at = operation->previous_;
-            visit(*operation);
-        }
-    }
+    /// Keeps another item alive because operations that live in its heap are in this one's list now.
+    void keepAlive(std::unique_ptr<UndoItem> lender);
 
 private:
+    /// Most units of work are one or two edits.
+    static constexpr std::size_t kFirstChunkBytes = 128;
+
     KQutils::FastHeap heap_;
-    UndoableOperation* newest_ = nullptr;
-    unsigned int count_ = 0;
+    std::unique_ptr<UndoItem> lender_; ///< one leads to the next
 };
 
 } // namespace db2

@@ -35,12 +35,29 @@ kqx::String descriptionAt(const ItemStack& stack, int index)
 {
     const auto fromBottom = static_cast<unsigned int>(index == -1 ? static_cast<int>(stack.size()) - 1 : index);
     const UndoItem* const item = itemAt(stack, fromBottom);
-    return item != nullptr ? item->description : kqx::String();
+    kqx::String description;
+    if (item != nullptr)
+        (void)succeeds([&] { description = item->description; });
+    return description;
 }
 
+/// @return null when memory is out.
 std::unique_ptr<UndoItem> makeItem()
 {
-    return std::unique_ptr<UndoItem>(new (std::nothrow) UndoItem);
+    std::unique_ptr<UndoItem> item;
+    (void)succeeds([&] { item.reset(new UndoItem); });
+    return item;
+}
+
+/// Makes the operation of an edit of values, with the values that it needs. @return null when memory is out.
+template <class Operation, class Object, class... Arguments>
+Operation* makeSaved(UndoItem& item, Object& object, const Arguments&... arguments)
+{
+    auto* const operation = item.make<Operation>(object);
+    if (operation == nullptr || operation->save(item, arguments...))
+        return operation;
+    operation->release();
+    return nullptr;
 }
 
 std::unique_ptr<UndoItem> popTop(ItemStack& stack)
@@ -52,7 +69,7 @@ std::unique_ptr<UndoItem> popTop(ItemStack& stack)
 
 void clearFlags(UndoItem& item)
 {
-    item.forEachNewestFirst(0, [](UndoableOperation& operation) { operation.clearFlags(); });
+    item.operations.forEachNewestFirst([](UndoableOperation& operation) { operation.clearFlags(); });
 }
 
 /// Sets a flag for the time of a call, and puts it back as it was.
@@ -82,6 +99,7 @@ UndoManager::UndoManager(DataInterface* nextLayer, CoreManager& core)
 UndoManager::~UndoManager()
 {
     clearUndoHistory();
+    clearFlags(*current_);
     dropOperations(*current_);
 }
 
@@ -89,64 +107,74 @@ UndoManager::~UndoManager()
 
 /// Every edit of this layer goes the same way: what its inverse needs is read, the edit is forwarded, and recorded when
 /// it succeeded.
-/// @param prepare   reads into the operation. @return false when memory is out; the edit is then refused.
-/// @param edit      forwards the edit.
-/// @param complete  adds to the operation what only the edit's success brings.
-template <class Operation, class Prepare, class Edit, class Complete>
-Status UndoManager::record(Operation* operation, Prepare prepare, Edit edit, Complete complete)
+/// @param make  makes the operation in the item that it is given. @return null when memory is out; the edit is then
+///              refused.
+/// @param edit  forwards the edit, and adds to the operation what only the edit's success brings.
+template <class Make, class Edit>
+Status UndoManager::record(Make make, Edit edit)
 {
-    if (operation == nullptr)
-        return Status::kFailure;
-    const Status status = prepare(*operation) ? edit() : Status::kFailure;
-    if (status != Status::kSuccess)
+    UndoItem& item = *current_;
+    const KQutils::FastHeap::Mark mark = item.mark();
+    const unsigned int recorded = item.operations.count();
+    auto* const operation = make(item);
+    const Status status = operation != nullptr ? edit(*operation) : Status::kFailure;
+    if (status == Status::kSuccess)
     {
-        operation->release();
+        item.operations.add(*operation);
         return status;
     }
-    complete(*operation);
-    current_->add(operation);
+    if (operation != nullptr)
+        operation->release();
+    if (item.operations.count() == recorded) // else a layer further in recorded something meanwhile, behind the mark
+        item.rewind(mark);
     return status;
 }
 
-template <class Operation, class Edit>
-Status UndoManager::record(Operation* operation, Edit edit)
+/// Legacy elements come and go without the layers, so nothing that outlives them may point to them.
+bool UndoManager::isExempt(const Element& element)
 {
-    return record(
-        operation, [](Operation&) { return true; }, edit, [](Operation&) {});
+    return element.isLegacy();
 }
 
 /// Values that need no record: not undoable ones, and those of a node that goes away when this item is undone.
-bool UndoManager::isExempt(const Element& element)
+bool UndoManager::isValueExempt(const Element& element)
 {
-    return element.hasMetaDataFlag(ElementMetaDataFlag::kNotUndoable) ||
+    return isExempt(element) || element.hasMetaDataFlag(ElementMetaDataFlag::kNotUndoable) ||
            element.getNode()->hasFlag(NodeFlag::kCreatedInItem);
 }
 
 // --- Nodes ---
 
+template <class Create>
+Status UndoManager::createNode(Create create, Node** outNode)
+{
+    return record([](UndoItem& item) { return item.make<CreateNodeOperation>(); },
+                  [&](CreateNodeOperation& operation) {
+                      Node* created = nullptr;
+                      const Status status = create(&created);
+                      if (status != Status::kSuccess)
+                          return status;
+                      operation.setNode(created);
+                      if (outNode != nullptr)
+                          *outNode = created;
+                      return status;
+                  });
+}
+
 Status UndoManager::db_createNode(unsigned int typeId, const wchar_t* name, Node* parent, Node* next, Node** outNode)
 {
-    Node* created = nullptr;
-    const Status status = record(
-        current_->make<CreateNodeOperation>(0), [](CreateNodeOperation&) { return true; },
-        [&] { return ForwardingLayer::db_createNode(typeId, name, parent, next, &created); },
-        [&](CreateNodeOperation& operation) { operation.setNode(created); });
-    if (outNode != nullptr && status == Status::kSuccess)
-        *outNode = created;
-    return status;
+    return createNode(
+        [&](Node** created) { return ForwardingLayer::db_createNode(typeId, name, parent, next, created); }, outNode);
 }
 
 Status UndoManager::db_createUnknownNode(const wchar_t* typeName, const Module& module, const wchar_t* name,
                                          Node* parent, Node* next, bool legacy, Node** outNode)
 {
-    Node* created = nullptr;
-    const Status status = record(
-        current_->make<CreateNodeOperation>(0), [](CreateNodeOperation&) { return true; },
-        [&] { return ForwardingLayer::db_createUnknownNode(typeName, module, name, parent, next, legacy, &created); },
-        [&](CreateNodeOperation& operation) { operation.setNode(created); });
-    if (outNode != nullptr && status == Status::kSuccess)
-        *outNode = created;
-    return status;
+    return createNode(
+        [&](Node** created) {
+            return ForwardingLayer::db_createUnknownNode(typeName, module, name, parent, next, legacy, created);
+        },
+        outNode);
 }
 
 /// The node is archived before its destruction is forwarded, so that the core does not take it for garbage.
@@ -154,39 +182,49 @@ Status UndoManager::db_destroyLeafNode(Node* node)
 {
     if (node == nullptr || node->isDestroyed()) // refused below; one that undo holds keeps its marks
         return ForwardingLayer::db_destroyLeafNode(node);
-    const Status status = record(
-        current_->make<DestroyNodeOperation>(0, *node),
-        [&](DestroyNodeOperation&) { return UndoAccess::archiveNode(core_, *node); },
-        [&] { return ForwardingLayer::db_destroyLeafNode(node); }, [](DestroyNodeOperation&) {});
-    if (status != Status::kSuccess)
-        UndoAccess::cancelArchiveNode(core_, *node);
-    return status;
+    return record(
+        [&](UndoItem& item) {
+            auto* const operation = item.make<DestroyNodeOperation>(*node);
+            return operation != nullptr && UndoAccess::archiveNode(core_, *node) ? operation : nullptr;
+        },
+        [&](DestroyNodeOperation&) {
+            const Status status = ForwardingLayer::db_destroyLeafNode(node);
+            if (status != Status::kSuccess)
+                UndoAccess::cancelArchiveNode(core_, *node);
+            return status;
+        });
 }
 
 Status UndoManager::db_renameNode(Node* node, const wchar_t* name)
 {
     if (node == nullptr)
         return ForwardingLayer::db_renameNode(node, name);
-    const wchar_t* const oldName = current_->copyText(node->getName());
-    return record(oldName != nullptr ? current_->make<RenameNodeOperation>(0, *node, oldName) : nullptr,
-                  [&] { return ForwardingLayer::db_renameNode(node, name); });
+    return record(
+        [&](UndoItem& item) {
+            const wchar_t* const oldName = item.copyText(node->getName().c_str());
+            return oldName != nullptr ? item.make<RenameNodeOperation>(*node, oldName) : nullptr;
+        },
+        [&](RenameNodeOperation&) { return ForwardingLayer::db_renameNode(node, name); });
 }
 
 Status UndoManager::db_reparentNode(Node* node, Node* newParent, Node* next, const wchar_t* name)
 {
     if (node == nullptr)
         return ForwardingLayer::db_reparentNode(node, newParent, next, name);
-    const wchar_t* const oldName = current_->copyText(node->getName());
-    return record(oldName != nullptr ? current_->make<ReparentNodeOperation>(0, *node, oldName) : nullptr,
-                  [&] { return ForwardingLayer::db_reparentNode(node, newParent, next, name); });
+    return record(
+        [&](UndoItem& item) {
+            const wchar_t* const oldName = item.copyText(node->getName().c_str());
+            return oldName != nullptr ? item.make<ReparentNodeOperation>(*node, oldName) : nullptr;
+        },
+        [&](ReparentNodeOperation&) { return ForwardingLayer::db_reparentNode(node, newParent, next, name); });
 }
 
 Status UndoManager::db_reorderNode(Node* node, Node* next)
 {
     if (node == nullptr)
         return ForwardingLayer::db_reorderNode(node, next);
-    return record(current_->make<ReorderNodeOperation>(0, *node),
-                  [&] { return ForwardingLayer::db_reorderNode(node, next); });
+    return record([&](UndoItem& item) { return item.make<ReorderNodeOperation>(*node); },
+                  [&](ReorderNodeOperation&) { return ForwardingLayer::db_reorderNode(node, next); });
 }
 
 // --- Dynamic elements ---
@@ -194,100 +232,120 @@ Status UndoManager::db_reorderNode(Node* node, Node* next)
 Status UndoManager::db_createDynamicElement(const ElementMetaDataDef& definition, const wchar_t* name, Node* node,
                                             Element* next, Element** outElement)
 {
-    Element* created = nullptr;
-    const Status status = record(
-        current_->make<CreateElementOperation>(0), [](CreateElementOperation&) { return true; },
-        [&] { return ForwardingLayer::db_createDynamicElement(definition, name, node, next, &created); },
-        [&](CreateElementOperation& operation) { operation.setElement(created); });
-    if (outElement != nullptr && status == Status::kSuccess)
-        *outElement = created;
-    return status;
+    return record([](UndoItem& item) { return item.make<CreateElementOperation>(); },
+                  [&](CreateElementOperation& operation) {
+                      Element* created = nullptr;
+                      const Status status =
+                          ForwardingLayer::db_createDynamicElement(definition, name, node, next, &created);
+                      if (status != Status::kSuccess)
+                          return status;
+                      operation.setElement(created);
+                      if (outElement != nullptr)
+                          *outElement = created;
+                      return status;
+                  });
 }
 
 Status UndoManager::db_destroyDynamicElement(Element* element)
 {
     if (element == nullptr || !element->isDynamic() || element->isDestroyed()) // refused below
         return ForwardingLayer::db_destroyDynamicElement(element);
-    const Status status = record(
-        current_->make<DestroyElementOperation>(0, *element),
-        [&](DestroyElementOperation&) { return UndoAccess::archiveElement(core_, *element); },
-        [&] { return ForwardingLayer::db_destroyDynamicElement(element); }, [](DestroyElementOperation&) {});
-    if (status != Status::kSuccess)
-        UndoAccess::cancelArchiveElement(core_, *element);
-    return status;
+    return record(
+        [&](UndoItem& item) {
+            auto* const operation = item.make<DestroyElementOperation>(*element);
+            return operation != nullptr && UndoAccess::archiveElement(core_, *element) ? operation : nullptr;
+        },
+        [&](DestroyElementOperation&) {
+            const Status status = ForwardingLayer::db_destroyDynamicElement(element);
+            if (status != Status::kSuccess)
+                UndoAccess::cancelArchiveElement(core_, *element);
+            return status;
+        });
 }
 
 Status UndoManager::db_renameDynamicElement(Element* element, const wchar_t* name)
 {
     if (element == nullptr)
         return ForwardingLayer::db_renameDynamicElement(element, name);
-    const wchar_t* const oldName = current_->copyText(element->getName());
-    return record(oldName != nullptr ? current_->make<RenameElementOperation>(0, *element, oldName) : nullptr,
-                  [&] { return ForwardingLayer::db_renameDynamicElement(element, name); });
+    return record(
+        [&](UndoItem& item) {
+            const wchar_t* const oldName = item.copyText(element->getName());
+            return oldName != nullptr ? item.make<RenameElementOperation>(*element, oldName) : nullptr;
+        },
+        [&](RenameElementOperation&) { return ForwardingLayer::db_renameDynamicElement(element, name); });
 }
 
 // --- Arrays and references ---
 
 Status UndoManager::db_resizeAttributeArray(AttributeArray* array, unsigned int size)
 {
-    if (array == nullptr || !array->isAttributeArray() || array->getSize() == size)
+    if (array == nullptr || !array->isAttributeArray() || array->getSize() == size || isExempt(*array))
         return ForwardingLayer::db_resizeAttributeArray(array, size);
-    return record(
-        current_->make<ResizeOperation>(0, *array),
-        [&](ResizeOperation& operation) { return operation.save(*current_, size); },
-        [&] { return ForwardingLayer::db_resizeAttributeArray(array, size); }, [](ResizeOperation&) {});
+    return record([&](UndoItem& item) { return makeSaved<ResizeOperation>(item, *array, size); },
+                  [&](ResizeOperation&) { return ForwardingLayer::db_resizeAttributeArray(array, size); });
 }
 
 Status UndoManager::db_createReference(Attribute* referenced, Attribute* referencer, bool singleOutput)
 {
     if (referencer == nullptr)
         return ForwardingLayer::db_createReference(referenced, referencer, singleOutput);
-    return record(current_->make<CreateReferenceOperation>(0, *referencer),
-                  [&] { return ForwardingLayer::db_createReference(referenced, referencer, singleOutput); });
+    return record([&](UndoItem& item) { return item.make<CreateReferenceOperation>(*referencer); },
+                  [&](CreateReferenceOperation&) {
+                      return ForwardingLayer::db_createReference(referenced, referencer, singleOutput);
+                  });
 }
 
 Status UndoManager::db_destroyReference(Attribute* referencer)
 {
     if (referencer == nullptr)
         return ForwardingLayer::db_destroyReference(referencer);
-    return record(current_->make<DestroyReferenceOperation>(0, *referencer),
-                  [&] { return ForwardingLayer::db_destroyReference(referencer); });
+    return record([&](UndoItem& item) { return item.make<DestroyReferenceOperation>(*referencer); },
+                  [&](DestroyReferenceOperation&) { return ForwardingLayer::db_destroyReference(referencer); });
 }
 
 // --- Values: a lock changes nothing yet, so the old value is read when the lock has succeeded ---
 
 Status UndoManager::db_lockAttribute(Attribute* attribute, ValueHandle* outValue)
 {
-    const Status status = ForwardingLayer::db_lockAttribute(attribute, outValue);
-    if (status != Status::kSuccess || attribute->hasFlag(ElementFlag::kRecordedInItem) || isExempt(*attribute))
+    ValueHandle value;
+    const Status status = ForwardingLayer::db_lockAttribute(attribute, outValue != nullptr ? &value : nullptr);
+    if (status != Status::kSuccess)
         return status;
-    auto* const operation = current_->make<WriteOperation>(0, *attribute);
-    if (operation != nullptr && operation->save(*current_))
+    if (!attribute->hasFlag(ElementFlag::kRecordedInItem) && !isValueExempt(*attribute))
     {
-        current_->add(operation);
-        return status;
+        const Status recorded = record([&](UndoItem& item) { return makeSaved<WriteOperation>(item, *attribute); },
+                                       [](WriteOperation& operation) {
+                                           operation.setFlags();
+                                           return Status::kSuccess;
+                                       });
+        if (recorded != Status::kSuccess)
+        {
+            ForwardingLayer::db_unlockAttribute(attribute);
+            return recorded;
+        }
     }
-    if (operation != nullptr)
-        operation->release();
-    ForwardingLayer::db_unlockAttribute(attribute);
-    return Status::kFailure;
+    *outValue = value;
+    return status;
 }
 
 Status UndoManager::db_lockAttributeArray(AttributeArray* array, void** outValues)
 {
-    const Status status = ForwardingLayer::db_lockAttributeArray(array, outValues);
-    if (status != Status::kSuccess || isExempt(*array))
+    void* values = nullptr;
+    const Status status = ForwardingLayer::db_lockAttributeArray(array, outValues != nullptr ? &values : nullptr);
+    if (status != Status::kSuccess)
         return status;
-    auto* const operation = current_->make<WriteArrayOperation>(0, *array);
-    if (operation != nullptr && operation->save(*current_))
+    if (!isValueExempt(*array))
     {
-        current_->add(operation);
-        return status;
+        const Status recorded = record([&](UndoItem& item) { return makeSaved<WriteArrayOperation>(item, *array); },
+                                       [](WriteArrayOperation&) { return Status::kSuccess; });
+        if (recorded != Status::kSuccess)
+        {
+            ForwardingLayer::db_unlockAttributeArray(array);
+            return recorded;
+        }
     }
-    if (operation != nullptr)
-        operation->release();
-    ForwardingLayer::db_unlockAttributeArray(array);
-    return Status::kFailure;
+    *outValues = values;
+    return status;
 }
 
 // --- Units of work ---
@@ -296,6 +354,8 @@ Status UndoManager::db_commit(const wchar_t* description, const wchar_t* file, u
 {
     if (core_.isLockOutstanding()) // refused below, and the item stays open
         return ForwardingLayer::db_commit(description, file, line);
+    if (isReplaying_)
+        return Status::kFailure;
     const Setting busy(busy_);
     if (!current_->isEmpty() && !closeItem(description))
         return Status::kFailure;
@@ -316,6 +376,7 @@ bool UndoManager::closeItem(const wchar_t* description)
     if (!prepared)
         return false;
     clearFlags(*current_);
+    takeOverRefused(*current_);
     undoStack_.back() = std::exchange(current_, std::move(next));
     ++revision_;
     dropStack(redoStack_, &UndoObserver::onRedoStackPopped);
@@ -323,13 +384,42 @@ bool UndoManager::closeItem(const wchar_t* description)
     return true;
 }
 
+/// The redo stack is about to go. Objects that an undo could not bring back, and to which older items may lead, become
+/// @p item's, as if it had destroyed them: taking it back brings them back.
+void UndoManager::takeOverRefused(UndoItem& item)
+{
+    OperationList taken;
+    for (auto redone = redoStack_.rbegin(); redone != redoStack_.rend(); ++redone)
+    {
+        bool lends = false;
+        while (UndoableOperation* const operation = (*redone)->operations.takeNewest())
+        {
+            if (operation->isRefused())
+            {
+                operation->setRefused(false);
+                taken.add(*operation);
+                lends = true;
+                continue;
+            }
+            if (operation->isHolding())
+                operation->discard(core_);
+            operation->release();
+        }
+        if (lends)
+            item.keepAlive(std::move(*redone)); // its place stays until observers have heard of it
+    }
+    item.operations.prepend(taken);
+}
+
 Status UndoManager::db_clear()
 {
-    if (core_.isLockOutstanding() || isReplaying_) // refused below, and the history stays
-        return isReplaying_ ? Status::kFailure : ForwardingLayer::db_clear();
+    if (core_.isLockOutstanding()) // refused below, and the history stays
+        return ForwardingLayer::db_clear();
+    if (isReplaying_)
+        return Status::kFailure;
     clearFlags(*current_);
     dropOperations(*current_);
-    current_->truncate(0);
+    renewCurrent();
     clearUndoHistory();
     rollbackPoints_.clear();
     return ForwardingLayer::db_clear();
@@ -358,17 +448,22 @@ Status UndoManager::replayTop(ItemStack& from, ItemStack& to, int revisionStep)
     if (from.empty() || !current_->isEmpty() || !canReplay())
         return Status::kFailure;
     std::unique_ptr<UndoItem> next = makeItem();
-    const bool prepared = next != nullptr && succeeds([&] {
-                              current_->description = from.back()->description;
-                              to.emplace_back(); // last: it is the place that the recorded item takes
-                          });
+    const bool prepared = next != nullptr && succeeds([&] { to.emplace_back(); }); // the recorded item's place
     if (!prepared)
         return Status::kFailure;
 
     const Setting busy(busy_);
-    const std::unique_ptr<UndoItem> replayed = popTop(from);
-    replayOperations(*replayed, 0, *this, current_.get());
+    std::unique_ptr<UndoItem> replayed = popTop(from);
+    bool lends = false;
+    replayOperations(*replayed, 0, *this, [&](UndoableOperation& operation, bool isRefused) {
+        operation.setRefused(isRefused);
+        current_->operations.add(operation);
+        lends = true;
+    });
     clearFlags(*current_);
+    current_->description.swap(replayed->description);
+    if (lends)
+        current_->keepAlive(std::move(replayed));
     to.back() = std::exchange(current_, std::move(next));
     revision_ += revisionStep;
 
@@ -380,21 +475,34 @@ Status UndoManager::replayTop(ItemStack& from, ItemStack& to, int revisionStep)
     return Status::kSuccess;
 }
 
-/// Takes back the operations from the newest on, down to but without the one at index @p downTo. One that fails is
-/// logged, and the others are taken back all the same.
-void UndoManager::replayOperations(UndoItem& item, unsigned int downTo, DataInterface& target, UndoItem* recorder)
+/// Takes back the operations from the newest on, until only @p downTo are left. One that fails is logged, and the others
+/// are taken back all the same.
+/// @param keep  called with an operation that holds an object still, and whether that is because its inverse was refused
+///              now: not when it was refused by the replay whose item is taken back here.
+template <class Keep>
+void UndoManager::replayOperations(UndoItem& item, unsigned int downTo, DataInterface& target, Keep keep)
 {
     const Setting replaying(isReplaying_);
     lastReplayWasComplete_ = true;
-    const ReplayContext context{target, core_, recorder};
-    item.forEachNewestFirst(downTo, [&](UndoableOperation& operation) {
-        if (!operation.undo(context))
+    while (item.operations.count() > downTo)
+    {
+        UndoableOperation& operation = *item.operations.takeNewest();
+        if (operation.isRefused())
+        {
+            keep(operation, false);
+            continue;
+        }
+        if (!operation.undo(target, core_))
         {
             lastReplayWasComplete_ = false;
             logError(L"Failed to take back %s", operation.name());
         }
         operation.clearFlags();
-    });
+        if (operation.isHolding())
+            keep(operation, true);
+        else
+            operation.release();
+    }
 }
 
 // --- Rollback ---
@@ -404,7 +512,7 @@ unsigned int UndoManager::createRollbackPoint()
     const auto point = static_cast<unsigned int>(rollbackPoints_.size());
     if (!reserveOneMore(rollbackPoints_))
         return kNoRollbackPoint;
-    rollbackPoints_.push_back(current_->count());
+    rollbackPoints_.push_back(current_->operations.count());
     return point;
 }
 
@@ -418,18 +526,22 @@ Status UndoManager::rollback(unsigned int point)
         return Status::kFailure;
     }
     const unsigned int target = point < rollbackPoints_.size() ? rollbackPoints_[point] : 0;
-    if (target > current_->count())
+    if (target > current_->operations.count())
     {
         logError(L"Internal error in UndoManager::rollback()");
         return Status::kFailure;
     }
     const Setting busy(busy_);
-    replayOperations(*current_, target, *db_getNextInterface(), nullptr);
-    current_->truncate(target);
+    OperationList kept;
+    replayOperations(*current_, target, *db_getNextInterface(), [&](UndoableOperation& operation, bool) {
+        kept.add(operation); // what could not come back stays destroyed in the open item
+    });
+    while (UndoableOperation* const operation = kept.takeNewest())
+        current_->operations.add(*operation);
     if (target == 0)
     {
-        if (std::unique_ptr<UndoItem> fresh = makeItem()) // gives the heap back; without memory the emptied one serves
-            current_ = std::move(fresh);
+        if (current_->isEmpty())
+            renewCurrent();
         rollbackPoints_.clear();
     }
     ForwardingLayer::db_commit(L"rollback", kSourceFile, kRollbackLine);
@@ -451,13 +563,13 @@ kqx::String UndoManager::getRedoDescription(int index) const
 unsigned int UndoManager::getNumUndoOperations(unsigned int index) const
 {
     const UndoItem* const item = itemAt(undoStack_, index);
-    return item != nullptr ? item->count() : 0;
+    return item != nullptr ? item->operations.count() : 0;
 }
 
 unsigned int UndoManager::getNumRedoOperations(unsigned int index) const
 {
     const UndoItem* const item = itemAt(redoStack_, index);
-    return item != nullptr ? item->count() : 0;
+    return item != nullptr ? item->operations.count() : 0;
 }
 
 std::size_t UndoManager::getUndoMemoryInUse(unsigned int index) const
@@ -480,8 +592,9 @@ void UndoManager::setMaxUndoItems(int limit)
 
 void UndoManager::applyLimit()
 {
-    if (limit_ < 0)
+    if (limit_ < 0 || isReplaying_) // the replay applies it at its end
         return;
+    const Setting busy(busy_);
     while (undoStack_.size() > static_cast<std::size_t>(limit_))
     {
         dropOperations(*undoStack_.front());
@@ -492,16 +605,19 @@ void UndoManager::applyLimit()
 
 void UndoManager::clearUndoHistory()
 {
+    if (isReplaying_)
+        return;
     dropStack(undoStack_, &UndoObserver::onUndoStackPopped);
     dropStack(redoStack_, &UndoObserver::onRedoStackPopped);
 }
 
 void UndoManager::dropStack(ItemStack& stack, void (UndoObserver::*popped)(UndoManager*))
 {
+    const Setting busy(busy_);
     while (!stack.empty())
     {
-        dropOperations(*stack.back());
-        stack.pop_back();
+        if (const std::unique_ptr<UndoItem> item = popTop(stack))
+            dropOperations(*item);
         observers_.notify(popped, this);
     }
 }
@@ -509,7 +625,19 @@ void UndoManager::dropStack(ItemStack& stack, void (UndoObserver::*popped)(UndoM
 /// Gives up what an item's operations hold, because nobody will replay them.
 void UndoManager::dropOperations(UndoItem& item)
 {
-    item.forEachNewestFirst(0, [this](UndoableOperation& operation) { operation.discard(core_); });
+    item.operations.forEachNewestFirst([this](UndoableOperation& operation) {
+        if (operation.isHolding())
+            operation.discard(core_);
+    });
+}
+
+/// Makes a new open item, which gives the heap of the former one back; without memory that one serves on, emptied.
+void UndoManager::renewCurrent()
+{
+    if (std::unique_ptr<UndoItem> fresh = makeItem())
+        current_ = std::move(fresh);
+    else
+        current_->releaseOperations();
 }
 
 } // namespace db2

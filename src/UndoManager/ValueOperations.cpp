@@ -1,49 +1,84 @@
 #include "ValueOperations.h"
 
+#include "../ValueTypes.h"
+
 #include <db2/AttributeArray.h>
+#include <db2/MemoryFormat.h>
 
 #include <cstring>
 #include <limits>
+#include <memory>
 
 namespace db2 {
+namespace {
 
-// --- SavedValue ---
-
-bool SavedValue::save(UndoItem& item, const ConstValueHandle& value)
+/// From one saved value to the next.
+std::size_t savedStride(AttributeTypeId typeId)
 {
-    const AttributeTypeId typeId = value.getTypeId();
-    if (typeId == AttributeType::kNull)
-    {
-        value_ = ValueHandle();
-        return true;
-    }
-    const std::size_t bytes = ValueInfo::getMemoryRequirements(typeId).size;
-    value_ = ValueHandle::constructAt(item.allocate(bytes, ValueInfo::getStorageAlignment(typeId)), value);
-    return !value_.isNull();
+    return roundUp<std::size_t>(ValueInfo::getMemoryRequirements(typeId).size, ValueInfo::getStorageAlignment(typeId));
 }
 
-bool SavedValue::restore(Attribute* attribute, DataInterface& target) const
+} // namespace
+
+// --- SavedValues ---
+
+SavedValues::~SavedValues()
+{
+    if (values_ == nullptr || ValueInfo::isPODType(typeId_))
+        return;
+    visitType(typeId_, [this](auto type) {
+        using T = TypeOf<decltype(type)>;
+        if constexpr (!std::is_void_v<T>)
+        {
+            for (unsigned int i = 0; i < count_; ++i)
+                std::destroy_at(static_cast<T*>(at(i)));
+        }
+    });
+}
+
+bool SavedValues::reserve(UndoItem& item, std::size_t count)
+{
+    const std::size_t stride = savedStride(typeId_);
+    if (stride == 0 || count == 0)
+        return true;
+    if (count > std::numeric_limits<std::size_t>::max() / stride)
+        return false;
+    values_ = static_cast<std::byte*>(item.allocate(count * stride, ValueInfo::getStorageAlignment(typeId_)));
+    return values_ != nullptr;
+}
+
+bool SavedValues::add(const ConstValueHandle& value)
+{
+    if (values_ != nullptr && ValueHandle::constructAt(at(count_), value).isNull())
+        return false;
+    ++count_;
+    return true;
+}
+
+bool SavedValues::restore(unsigned int index, Attribute* attribute, DataInterface& target) const
 {
     ValueHandle handle;
     if (target.db_lockAttribute(attribute, &handle) != Status::kSuccess)
         return false;
-    const bool assigned = value_.isNull() || handle.assign(value_);
+    const bool assigned = values_ == nullptr || handle.assign(ConstValueHandle(at(index), typeId_));
     return target.db_unlockAttribute(attribute) == Status::kSuccess && assigned;
+}
+
+void* SavedValues::at(unsigned int index) const
+{
+    return values_ + index * savedStride(typeId_);
 }
 
 // --- WriteOperation ---
 
 bool WriteOperation::save(UndoItem& item)
 {
-    if (!oldValue_.save(item, attribute_->getValue()))
-        return false;
-    attribute_->setFlag(ElementFlag::kRecordedInItem);
-    return true;
+    return oldValue_.reserve(item, 1) && oldValue_.add(attribute_->getValue());
 }
 
-bool WriteOperation::undo(const ReplayContext& context)
+bool WriteOperation::undo(DataInterface& target, CoreManager&)
 {
-    return oldValue_.restore(attribute_, context.target);
+    return oldValue_.restore(0, attribute_, target);
 }
 
 void WriteOperation::clearFlags()
@@ -55,62 +90,56 @@ void WriteOperation::clearFlags()
 
 bool WriteArrayOperation::save(UndoItem& item)
 {
-    if (array_->getSize() == 0)
+    if (bytes() == 0)
         return true;
-    bytes_ = std::size_t{array_->getSize()} * ValueInfo::getStride(array_->getTypeId());
-    oldValues_ = item.allocate(bytes_, alignof(std::max_align_t));
+    oldValues_ = item.allocate(bytes(), ValueInfo::getStorageAlignment(array_->getTypeId()));
     if (oldValues_ == nullptr)
         return false;
     // No item of an array that could be locked takes its value from elsewhere, so the first one's value is the block.
-    std::memcpy(oldValues_, array_->getAttribute(0)->getValue().getData(), bytes_);
+    std::memcpy(oldValues_, array_->getAttribute(0)->getValue().getData(), bytes());
     return true;
 }
 
-bool WriteArrayOperation::undo(const ReplayContext& context)
+bool WriteArrayOperation::undo(DataInterface& target, CoreManager&)
 {
+    // Of another size only when the inverse of a resize failed before.
     void* values = nullptr;
-    if (context.target.db_lockAttributeArray(array_, &values) != Status::kSuccess)
+    if (array_->getSize() != size_ || target.db_lockAttributeArray(array_, &values) != Status::kSuccess)
         return false;
-    if (values != nullptr && bytes_ != 0)
-        std::memcpy(values, oldValues_, bytes_);
-    return context.target.db_unlockAttributeArray(array_) == Status::kSuccess;
+    if (oldValues_ != nullptr)
+        std::memcpy(values, oldValues_, bytes());
+    return target.db_unlockAttributeArray(array_) == Status::kSuccess;
+}
+
+std::size_t WriteArrayOperation::bytes() const
+{
+    return std::size_t{size_} * ValueInfo::getStride(array_->getTypeId());
 }
 
 // --- ResizeOperation ---
-
-ResizeOperation::~ResizeOperation()
-{
-    for (unsigned int i = 0; i < savedCount_; ++i)
-        saved_[i].~SavedValue();
-}
 
 bool ResizeOperation::save(UndoItem& item, unsigned int newSize)
 {
     if (newSize >= oldSize_)
         return true;
-    firstSaved_ = newSize;
-    const std::size_t dropped = oldSize_ - newSize;
-    if (dropped > std::numeric_limits<std::size_t>::max() / sizeof(SavedValue))
+    if (!dropped_.reserve(item, oldSize_ - newSize))
         return false;
-    saved_ = static_cast<SavedValue*>(item.allocate(dropped * sizeof(SavedValue), alignof(SavedValue)));
-    if (saved_ == nullptr)
-        return false;
-    for (; savedCount_ < dropped; ++savedCount_)
+    for (unsigned int i = newSize; i < oldSize_; ++i)
     {
-        auto* const saved = ::new (saved_ + savedCount_) SavedValue;
-        if (!saved->save(item, array_->getAttribute(newSize + savedCount_)->getValue()))
+        if (!dropped_.add(array_->getAttribute(i)->getValue()))
             return false;
     }
     return true;
 }
 
-bool ResizeOperation::undo(const ReplayContext& context)
+bool ResizeOperation::undo(DataInterface& target, CoreManager&)
 {
-    if (context.target.db_resizeAttributeArray(array_, oldSize_) != Status::kSuccess)
+    if (target.db_resizeAttributeArray(array_, oldSize_) != Status::kSuccess)
         return false;
+    const unsigned int firstDropped = oldSize_ - dropped_.count();
     bool complete = true;
-    for (unsigned int i = 0; i < savedCount_; ++i)
-        complete = saved_[i].restore(array_->getAttribute(firstSaved_ + i), context.target) && complete;
+    for (unsigned int i = 0; i < dropped_.count(); ++i)
+        complete = dropped_.restore(i, array_->getAttribute(firstDropped + i), target) && complete;
     return complete;
 }
 

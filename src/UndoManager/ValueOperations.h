@@ -5,82 +5,99 @@
 #include <db2/ValueHandle.h>
 #include <db2/ValueInfo.h>
 
+#include <cstddef>
+#include <cstdint>
+
 namespace db2 {
 
-/// A copy of a value in an item's heap, where it belongs to an operation.
-class SavedValue
+/// Copies of values of one type, side by side in an item's heap.
+class SavedValues
 {
 public:
-    SavedValue() = default;
-    SavedValue(const SavedValue&) = delete;
-    SavedValue& operator=(const SavedValue&) = delete;
-    ~SavedValue() { value_.destroy(); }
+    explicit SavedValues(AttributeTypeId typeId) : typeId_(typeId) {}
+    SavedValues(const SavedValues&) = delete;
+    SavedValues& operator=(const SavedValues&) = delete;
+    ~SavedValues();
 
-    /// @return false when memory is out.
-    [[nodiscard]] bool save(UndoItem& item, const ConstValueHandle& value);
+    /// Takes room, once. @return false when memory is out.
+    [[nodiscard]] bool reserve(UndoItem& item, std::size_t count);
 
-    /// Writes the value back through an interface. @return false when a step is refused or memory is out.
-    [[nodiscard]] bool restore(Attribute* attribute, DataInterface& target) const;
+    /// Copies one value more, for which there is room. @return false when memory is out.
+    [[nodiscard]] bool add(const ConstValueHandle& value);
+
+    [[nodiscard]] unsigned int count() const { return count_; }
+
+    /// Writes a value back through an interface. @return false when a step is refused or memory is out.
+    [[nodiscard]] bool restore(unsigned int index, Attribute* attribute, DataInterface& target) const;
 
 private:
-    ValueHandle value_;
+    [[nodiscard]] void* at(unsigned int index) const;
+
+    std::byte* values_ = nullptr; ///< null for a type without values
+    AttributeTypeId typeId_;
+    std::uint32_t count_ = 0;
 };
 
 /// db_lockAttribute: the value before the first lock of the unit of work.
 class WriteOperation final : public UndoableOperation
 {
 public:
-    explicit WriteOperation(Attribute& attribute) : attribute_(&attribute) {}
+    explicit WriteOperation(Attribute& attribute) : attribute_(&attribute), oldValue_(attribute.getTypeId()) {}
 
-    /// Notes the value and marks the attribute as recorded. @return false when memory is out.
+    /// Notes the value. @return false when memory is out.
     [[nodiscard]] bool save(UndoItem& item);
 
+    /// Marks the attribute as recorded.
+    void setFlags() { attribute_->setFlag(ElementFlag::kRecordedInItem); }
+
     [[nodiscard]] const wchar_t* name() const override { return L"db_lockAttribute"; }
-    bool undo(const ReplayContext& context) override;
+    bool undo(DataInterface& target, CoreManager& core) override;
     void clearFlags() override;
 
 private:
     Attribute* attribute_;
-    SavedValue oldValue_;
+    SavedValues oldValue_;
 };
 
 /// db_lockAttributeArray: the bytes of all values.
 class WriteArrayOperation final : public UndoableOperation
 {
 public:
-    explicit WriteArrayOperation(AttributeArray& array) : array_(&array) {}
+    explicit WriteArrayOperation(AttributeArray& array) : array_(&array), size_(array.getSize()) {}
 
     /// @return false when memory is out.
     [[nodiscard]] bool save(UndoItem& item);
 
     [[nodiscard]] const wchar_t* name() const override { return L"db_lockAttributeArray"; }
-    bool undo(const ReplayContext& context) override;
+    bool undo(DataInterface& target, CoreManager& core) override;
 
 private:
+    [[nodiscard]] std::size_t bytes() const;
+
     AttributeArray* array_;
     void* oldValues_ = nullptr; ///< in the item's heap
-    std::size_t bytes_ = 0;
+    unsigned int size_;
 };
 
 /// db_resizeAttributeArray: the old size and, for a shrink, the values that it drops.
 class ResizeOperation final : public UndoableOperation
 {
 public:
-    explicit ResizeOperation(AttributeArray& array) : array_(&array), oldSize_(array.getSize()) {}
-    ~ResizeOperation() override;
+    explicit ResizeOperation(AttributeArray& array)
+        : array_(&array), oldSize_(array.getSize()), dropped_(array.getTypeId())
+    {
+    }
 
     /// Notes the values from the new size on. @return false when memory is out.
     [[nodiscard]] bool save(UndoItem& item, unsigned int newSize);
 
     [[nodiscard]] const wchar_t* name() const override { return L"db_resizeAttributeArray"; }
-    bool undo(const ReplayContext& context) override;
+    bool undo(DataInterface& target, CoreManager& core) override;
 
 private:
     AttributeArray* array_;
     unsigned int oldSize_;
-    unsigned int firstSaved_ = 0;
-    unsigned int savedCount_ = 0;
-    SavedValue* saved_ = nullptr; ///< savedCount_ of them, in the item's heap
+    SavedValues dropped_; ///< the last ones of the old size
 };
 
 } // namespace db2

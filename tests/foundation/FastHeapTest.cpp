@@ -56,6 +56,47 @@ TEST(FastHeapTest, ChunksDoubleToALimit)
     EXPECT_EQ(chunks, expected);
 }
 
+TEST(FastHeapTest, FirstChunkIsAsSmallAsItIsAskedFor)
+{
+    const HeapLimit heap;
+    FastHeap arena(128);
+    EXPECT_NE(arena.alloc(10, 1), nullptr);
+    EXPECT_EQ(heap.bytes(), 128u);
+    EXPECT_NE(arena.alloc(112, 1), nullptr); // does not fit any more
+    EXPECT_EQ(heap.bytes(), 128u + 256u);
+}
+
+TEST(FastHeapTest, RewindingTakesBackWhatWasAllocatedSinceTheMark)
+{
+    const HeapLimit heap;
+    FastHeap arena(128);
+    char* const kept = static_cast<char*>(arena.alloc(8, 8));
+    std::memset(kept, 7, 8);
+    const FastHeap::Mark mark = arena.mark();
+    const void* const first = arena.alloc(8, 8);
+    EXPECT_NE(arena.alloc(500, 8), nullptr);   // a chunk more
+    EXPECT_NE(arena.alloc(20000, 8), nullptr); // one of its own
+    arena.rewind(mark);
+    EXPECT_EQ(arena.bytesInUse(), 8u);
+    const std::size_t before = heap.bytes();
+    EXPECT_EQ(arena.alloc(8, 8), first);
+    EXPECT_EQ(heap.bytes(), before);
+    EXPECT_EQ(kept[7], 7);
+}
+
+TEST(FastHeapTest, RewindingToTheBeginningFreesEverything)
+{
+    FastHeap arena(128);
+    const FastHeap::Mark mark = arena.mark();
+    EXPECT_NE(arena.alloc(100, 8), nullptr);
+    EXPECT_NE(arena.alloc(100, 8), nullptr);
+    arena.rewind(mark);
+    EXPECT_EQ(arena.bytesInUse(), 0u);
+    const HeapLimit heap;
+    EXPECT_NE(arena.alloc(8, 8), nullptr);
+    EXPECT_EQ(heap.bytes(), 128u) << "the sizes begin again, too";
+}
+
 TEST(FastHeapTest, BytesInUseCountsBytesAndPadding)
 {
     FastHeap arena;

@@ -369,14 +369,24 @@ private:
             if (attribute.referenceIsSingle())
                 out_ += L" single";
         }
-        for (const Attribute* from = attribute.getReferents(); from != nullptr; from = from->getSiblingReferent())
-        {
-            out_ += L" <- " + quoted(std::wstring_view(pathOf(from)));
-            mark(from->getReference() != &attribute, L"referencer");
-        }
+        writeReferencers(attribute);
         mark(attribute.referentIsSingle() !=
                  (attribute.getReferents() != nullptr && attribute.getReferents()->referenceIsSingle()),
              L"single referencer");
+    }
+
+    void writeReferencers(const Attribute& attribute)
+    {
+        std::vector<std::wstring> paths;
+        for (const Attribute* from = attribute.getReferents(); from != nullptr; from = from->getSiblingReferent())
+        {
+            paths.push_back(pathOf(from));
+            mark(from->getReference() != &attribute, L"referencer");
+        }
+        if (detail_ == DumpDetail::kContent)
+            std::sort(paths.begin(), paths.end());
+        for (const std::wstring& path : paths)
+            out_ += L" <- " + quoted(std::wstring_view(path));
     }
 
     void writeArray(const AttributeArray& array, std::size_t depth)

@@ -14,7 +14,8 @@ using namespace db2;
 enum class DumpDetail
 {
     kEverything,
-    kContent ///< without what an edit and its inverse may leave changed: the capacities of arrays
+    kContent ///< without what an edit and its inverse may leave changed: the capacities of arrays, and the order of those
+             ///< that reference one attribute
 };
 
 /// The tree as text, everything of it that a host can observe: statistics, structure and order, names, types, the flags

@@ -8,14 +8,16 @@ namespace KQutils {
 
 /// An arena: many small allocations that live and die together, as the records of one undo item do. An allocation is a
 /// few instructions, none is freed by itself, and the destructor frees all of them at once. It runs no destructors.
-/// Memory comes from KQTLAlloc() in chunks that double from 1 KiB to 64 KiB, none before the first allocation; a
-/// request that is large for a chunk, or aligned more strictly than any value of the library, gets a chunk of its own,
-/// so that leaving the end of a full-sized chunk unused never wastes more than a quarter of it.
+/// Memory comes from KQTLAlloc() in chunks that double from the first one's size to 64 KiB, none before the first
+/// allocation; a request that is large for a chunk, or aligned more strictly than any value of the library, gets a chunk
+/// of its own, so that leaving the end of a full-sized chunk unused never wastes more than a quarter of it.
 /// Threads: one heap belongs to one thread.
 class KQ_API FastHeap
 {
 public:
     FastHeap() = default;
+    /// @param firstChunkBytes  of the first chunk, its header included; small for a heap that mostly holds little.
+    explicit FastHeap(std::size_t firstChunkBytes) : nextChunkBytes_(firstChunkBytes) {}
     FastHeap(const FastHeap&) = delete;
     FastHeap& operator=(const FastHeap&) = delete;
     ~FastHeap();
@@ -31,18 +33,48 @@ public:
     /// same requests. The chunks' headers and their unused ends are not counted.
     [[nodiscard]] std::size_t bytesInUse() const noexcept { return bytesInUse_; }
 
+    /// A state of the heap to come back to.
+    class Mark;
+    [[nodiscard]] Mark mark() const noexcept;
+
+    /// Takes back every allocation since the mark was taken, and their chunks.
+    /// @param mark  of this heap, and not older than one that it was rewound to.
+    void rewind(const Mark& mark) noexcept;
+
 private:
     struct Chunk;
 
     [[nodiscard]] Chunk* addChunk(std::size_t bytes, std::size_t alignment);
     [[nodiscard]] void* allocOwnChunk(std::size_t bytes, std::size_t alignment);
     [[nodiscard]] bool startChunkFor(std::size_t bytes);
+    void freeChunksUntil(const Chunk* kept) noexcept;
 
-    Chunk* chunks_ = nullptr;        ///< every chunk, in no order that matters; owned
-    char* cursor_ = nullptr;         ///< the free rest of the chunk in use; null before the first one
-    std::size_t remaining_ = 0;      ///< bytes behind cursor_
-    std::size_t nextChunkBytes_ = 0; ///< of the next chunk, with its header; 0 before the first one
+    Chunk* chunks_ = nullptr;           ///< every chunk, newest first; owned
+    char* cursor_ = nullptr;            ///< the free rest of the chunk in use; null before the first one
+    std::size_t remaining_ = 0;         ///< bytes behind cursor_
+    std::size_t nextChunkBytes_ = 1024; ///< of the next chunk, with its header
     std::size_t bytesInUse_ = 0;
 };
+
+class FastHeap::Mark
+{
+    friend class FastHeap;
+    Chunk* chunks;
+    char* cursor;
+    std::size_t remaining;
+    std::size_t nextChunkBytes;
+    std::size_t bytesInUse;
+};
+
+inline FastHeap::Mark FastHeap::mark() const noexcept
+{
+    Mark mark;
+    mark.chunks = chunks_;
+    mark.cursor = cursor_;
+    mark.remaining = remaining_;
+    mark.nextChunkBytes = nextChunkBytes_;
+    mark.bytesInUse = bytesInUse_;
+    return mark;
+}
 
 } // namespace KQutils
