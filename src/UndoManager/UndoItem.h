@@ -59,8 +59,8 @@ public:
     void keepAlive(std::unique_ptr<UndoItem> lender);
 
 private:
-    /// Most units of work are one or two edits.
-    static constexpr std::size_t kFirstChunkBytes = 128;
+    /// Many units of work are a single edit; a write of a plain value fits.
+    static constexpr std::size_t kFirstChunkBytes = 96;
 
     KQutils::FastHeap heap_;
     std::unique_ptr<UndoItem> lender_; ///< one leads to the next
