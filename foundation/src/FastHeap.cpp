@@ -3,7 +3,6 @@
 #include <kqtl/Alloc.h>
 
 #include <algorithm>
-#include <bit>
 #include <cstdint>
 #include <new>
 
@@ -18,6 +17,12 @@ constexpr std::size_t kLargestSharedBytes = kLargestChunkBytes / 4; ///< above, 
 /// on every platform, so padding depends on the requests alone and never on the addresses that the heap hands out.
 constexpr std::size_t kChunkAlignment = 16;
 constexpr std::size_t kHeaderBytes = kChunkAlignment;
+
+/// std::has_single_bit counts the bits, which is a call where the processor's instruction may not be used.
+constexpr bool isPowerOfTwo(std::size_t number)
+{
+    return number != 0 && (number & (number - 1)) == 0;
+}
 
 /// The bytes from @p address to the next multiple of @p alignment.
 std::size_t paddingAt(const char* address, std::size_t alignment)
@@ -60,18 +65,19 @@ void FastHeap::rewind(const Mark& mark) noexcept
 
 void* FastHeap::alloc(std::size_t bytes, std::size_t alignment)
 {
-    if (!std::has_single_bit(alignment))
+    if (!isPowerOfTwo(alignment))
         return nullptr;
     bytes = std::max<std::size_t>(bytes, 1);
     if (bytes > kLargestSharedBytes || alignment > kChunkAlignment)
         return allocOwnChunk(bytes, alignment);
 
-    if (cursor_ == nullptr || bytes + paddingAt(cursor_, alignment) > remaining_)
+    std::size_t padding = paddingAt(cursor_, alignment);
+    if (bytes + padding > remaining_)
     {
         if (!startChunkFor(bytes))
             return nullptr;
+        padding = 0; // a chunk's contents start aligned
     }
-    const std::size_t padding = paddingAt(cursor_, alignment);
     char* const block = cursor_ + padding;
     cursor_ = block + bytes;
     remaining_ -= padding + bytes;

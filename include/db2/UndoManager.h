@@ -22,8 +22,8 @@ class UndoItem;
 /// them: undo, redo, and rollback of what is not committed yet.
 /// Reads what an inverse needs before it forwards an edit; without memory for the record the edit is refused with
 /// kFailure. Within a unit only an attribute's first value is kept, and values of nodes made in the unit are not: taking
-/// back the creation removes them. Destroyed nodes and dynamic elements are held in the core until they come back or
-/// their record is dropped.
+/// back the creation removes them. Nothing of legacy elements is recorded: loaders destroy them past all layers. Destroyed
+/// nodes and dynamic elements are held in the core until they come back or their record is dropped.
 /// Undo and redo go through this layer and on inward: layers outside it do not see what is replayed.
 /// Cost: constant an edit and, when replayed, again; memory as getUndoMemoryInUse() tells, and texts. Threads: the
 /// editing thread only.
@@ -53,7 +53,8 @@ public:
     Status redo();
 
     /// False when an inverse failed in the last undo, redo or rollback; which one stands in the log as an error. The
-    /// others were replayed all the same.
+    /// others were replayed all the same. A node or element that could not come back stays held: a redo and a further
+    /// undo bring it back, or the undo of the unit that drops the redo; after a rollback it stands in the open item.
     [[nodiscard]] bool lastReplayWasComplete() const { return lastReplayWasComplete_; }
 
     // --- Rollback of what is not committed ---
@@ -131,7 +132,8 @@ public:
     Status db_destroyReference(Attribute* referencer) override;
     Status db_lockAttribute(Attribute* attribute, ValueHandle* outValue) override;
     Status db_lockAttributeArray(AttributeArray* array, void** outValues) override;
-    /// Closes the open item under the description and drops the redo stack, when the item holds anything.
+    /// Closes the open item under the description and drops the redo stack, when the item holds anything. The item stays
+    /// open when memory is out and while an attribute is locked, which the next layers refuse.
     Status db_commit(const wchar_t* description, const wchar_t* file, unsigned int line) override;
     /// Drops the open item, the history and the rollback points, then forwards.
     Status db_clear() override;

@@ -1,5 +1,7 @@
 #include "UndoItem.h"
 
+#include <kqtl/Alloc.h>
+
 #include <cstring>
 #include <cwchar>
 
@@ -40,6 +42,18 @@ void UndoItem::keepAlive(std::unique_ptr<UndoItem> lender)
         end = &(*end)->lender_;
     *end = std::move(lender_);
     lender_ = std::move(lender);
+}
+
+void* UndoItem::operator new(std::size_t bytes)
+{
+    if (void* const place = KQTLAlloc(bytes, alignof(UndoItem)))
+        return place;
+    throw std::bad_alloc();
+}
+
+void UndoItem::operator delete(void* item) noexcept
+{
+    KQTLFree(item);
 }
 
 } // namespace db2

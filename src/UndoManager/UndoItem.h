@@ -2,8 +2,6 @@
 
 #include "UndoableOperation.h"
 
-#include <db2/LibraryAllocated.h>
-
 #include <KQutils/FastHeap.h>
 #include <kqx/String.h>
 
@@ -15,10 +13,10 @@
 namespace db2 {
 
 /// The operations of one unit of work, with the heap that holds them and their copies of plain values.
-class UndoItem : public LibraryAllocated
+class UndoItem
 {
 public:
-    UndoItem() : heap_(kFirstChunkBytes) {}
+    UndoItem() : heap_(firstBlock_, sizeof firstBlock_) {}
     UndoItem(const UndoItem&) = delete;
     UndoItem& operator=(const UndoItem&) = delete;
     ~UndoItem();
@@ -58,10 +56,14 @@ public:
     /// Keeps another item alive because operations that live in its heap are in this one's list now.
     void keepAlive(std::unique_ptr<UndoItem> lender);
 
-private:
-    /// Many units of work are a single edit; a write of a plain value fits.
-    static constexpr std::size_t kFirstChunkBytes = 96;
+    // --- Allocation: from the library's heap, at the alignment of the block within ---
 
+    static void* operator new(std::size_t bytes);
+    static void operator delete(void* item) noexcept;
+
+private:
+    /// Many units of work are a single edit: a write of a Float takes no other memory.
+    alignas(16) std::byte firstBlock_[64];
     KQutils::FastHeap heap_;
     std::unique_ptr<UndoItem> lender_; ///< one leads to the next
 };

@@ -388,6 +388,8 @@ bool UndoManager::closeItem(const wchar_t* description)
 /// @p item's, as if it had destroyed them: taking it back brings them back.
 void UndoManager::takeOverRefused(UndoItem& item)
 {
+    if (redoStack_.empty())
+        return;
     OperationList taken;
     for (auto redone = redoStack_.rbegin(); redone != redoStack_.rend(); ++redone)
     {

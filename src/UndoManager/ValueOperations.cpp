@@ -3,20 +3,36 @@
 #include "../ValueTypes.h"
 
 #include <db2/AttributeArray.h>
-#include <db2/MemoryFormat.h>
 
+#include <array>
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <type_traits>
 
 namespace db2 {
 namespace {
 
-/// From one saved value to the next.
-std::size_t savedStride(AttributeTypeId typeId)
+/// How values of a type stand side by side in an item's heap. A table, because it is asked for with every write.
+struct SavedLayout
 {
-    return roundUp<std::size_t>(ValueInfo::getMemoryRequirements(typeId).size, ValueInfo::getStorageAlignment(typeId));
-}
+    std::size_t stride = 0; ///< 0 for a type without values
+    std::size_t alignment = 1;
+    bool isPlain = true;
+};
+
+constexpr auto kLayouts = [] {
+    std::array<SavedLayout, kAttributeTypeCount> layouts;
+    for (std::uint32_t type = 0; type < kAttributeTypeCount; ++type)
+    {
+        visitType(static_cast<AttributeTypeId>(type), [&layout = layouts[type]](auto tag) {
+            using T = TypeOf<decltype(tag)>;
+            if constexpr (!std::is_void_v<T>)
+                layout = {sizeof(T), alignof(T), kIsPlainData<T>};
+        });
+    }
+    return layouts;
+}();
 
 } // namespace
 
@@ -24,7 +40,7 @@ std::size_t savedStride(AttributeTypeId typeId)
 
 SavedValues::~SavedValues()
 {
-    if (values_ == nullptr || ValueInfo::isPODType(typeId_))
+    if (values_ == nullptr || kLayouts[typeId_].isPlain)
         return;
     visitType(typeId_, [this](auto type) {
         using T = TypeOf<decltype(type)>;
@@ -38,12 +54,12 @@ SavedValues::~SavedValues()
 
 bool SavedValues::reserve(UndoItem& item, std::size_t count)
 {
-    const std::size_t stride = savedStride(typeId_);
-    if (stride == 0 || count == 0)
+    const SavedLayout& layout = kLayouts[typeId_];
+    if (layout.stride == 0 || count == 0)
         return true;
-    if (count > std::numeric_limits<std::size_t>::max() / stride)
+    if (count > std::numeric_limits<std::size_t>::max() / layout.stride)
         return false;
-    values_ = static_cast<std::byte*>(item.allocate(count * stride, ValueInfo::getStorageAlignment(typeId_)));
+    values_ = static_cast<std::byte*>(item.allocate(count * layout.stride, layout.alignment));
     return values_ != nullptr;
 }
 
@@ -66,7 +82,7 @@ bool SavedValues::restore(unsigned int index, Attribute* attribute, DataInterfac
 
 void* SavedValues::at(unsigned int index) const
 {
-    return values_ + index * savedStride(typeId_);
+    return values_ + index * kLayouts[typeId_].stride;
 }
 
 // --- WriteOperation ---

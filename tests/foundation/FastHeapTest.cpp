@@ -56,25 +56,28 @@ TEST(FastHeapTest, ChunksDoubleToALimit)
     EXPECT_EQ(chunks, expected);
 }
 
-TEST(FastHeapTest, FirstChunkIsAsSmallAsItIsAskedFor)
+TEST(FastHeapTest, BeginsWithTheBlockOfItsOwner)
 {
+    alignas(16) char block[64];
     const HeapLimit heap;
-    FastHeap arena(128);
-    EXPECT_NE(arena.alloc(10, 1), nullptr);
+    FastHeap arena(block, sizeof block);
+    EXPECT_EQ(arena.alloc(40, 8), block);
+    EXPECT_EQ(arena.alloc(24, 8), block + 40);
+    EXPECT_EQ(heap.requests(), 0u);
+    EXPECT_EQ(arena.bytesInUse(), 64u);
+    EXPECT_NE(arena.alloc(1, 1), nullptr);
     EXPECT_EQ(heap.bytes(), 128u);
-    EXPECT_NE(arena.alloc(112, 1), nullptr); // does not fit any more
-    EXPECT_EQ(heap.bytes(), 128u + 256u);
 }
 
 TEST(FastHeapTest, RewindingTakesBackWhatWasAllocatedSinceTheMark)
 {
     const HeapLimit heap;
-    FastHeap arena(128);
+    FastHeap arena;
     char* const kept = static_cast<char*>(arena.alloc(8, 8));
     std::memset(kept, 7, 8);
     const FastHeap::Mark mark = arena.mark();
     const void* const first = arena.alloc(8, 8);
-    EXPECT_NE(arena.alloc(500, 8), nullptr);   // a chunk more
+    EXPECT_NE(arena.alloc(5000, 8), nullptr);  // a chunk more
     EXPECT_NE(arena.alloc(20000, 8), nullptr); // one of its own
     arena.rewind(mark);
     EXPECT_EQ(arena.bytesInUse(), 8u);
@@ -86,15 +89,26 @@ TEST(FastHeapTest, RewindingTakesBackWhatWasAllocatedSinceTheMark)
 
 TEST(FastHeapTest, RewindingToTheBeginningFreesEverything)
 {
-    FastHeap arena(128);
+    FastHeap arena;
     const FastHeap::Mark mark = arena.mark();
-    EXPECT_NE(arena.alloc(100, 8), nullptr);
-    EXPECT_NE(arena.alloc(100, 8), nullptr);
+    EXPECT_NE(arena.alloc(1000, 8), nullptr);
+    EXPECT_NE(arena.alloc(1000, 8), nullptr);
     arena.rewind(mark);
     EXPECT_EQ(arena.bytesInUse(), 0u);
     const HeapLimit heap;
     EXPECT_NE(arena.alloc(8, 8), nullptr);
-    EXPECT_EQ(heap.bytes(), 128u) << "the sizes begin again, too";
+    EXPECT_EQ(heap.bytes(), 1024u) << "the sizes begin again, too";
+}
+
+TEST(FastHeapTest, RewindingToTheOwnersBlockUsesItAgain)
+{
+    alignas(16) char block[64];
+    FastHeap arena(block, sizeof block);
+    const FastHeap::Mark mark = arena.mark();
+    EXPECT_EQ(arena.alloc(8, 8), block);
+    EXPECT_NE(arena.alloc(100, 8), nullptr);
+    arena.rewind(mark);
+    EXPECT_EQ(arena.alloc(8, 8), block);
 }
 
 TEST(FastHeapTest, BytesInUseCountsBytesAndPadding)

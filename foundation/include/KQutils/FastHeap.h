@@ -8,16 +8,20 @@ namespace KQutils {
 
 /// An arena: many small allocations that live and die together, as the records of one undo item do. An allocation is a
 /// few instructions, none is freed by itself, and the destructor frees all of them at once. It runs no destructors.
-/// Memory comes from KQTLAlloc() in chunks that double from the first one's size to 64 KiB, none before the first
-/// allocation; a request that is large for a chunk, or aligned more strictly than any value of the library, gets a chunk
+/// Memory comes from KQTLAlloc() in chunks that double from 1 KiB to 64 KiB, none before the first allocation; a request that is large for a chunk, or aligned more strictly than any value of the library, gets a chunk
 /// of its own, so that leaving the end of a full-sized chunk unused never wastes more than a quarter of it.
 /// Threads: one heap belongs to one thread.
 class KQ_API FastHeap
 {
 public:
     FastHeap() = default;
-    /// @param firstChunkBytes  of the first chunk, its header included; small for a heap that mostly holds little.
-    explicit FastHeap(std::size_t firstChunkBytes) : nextChunkBytes_(firstChunkBytes) {}
+    /// For a heap that mostly holds little: it begins with a block of its owner's and goes on with a chunk of twice its
+    /// size.
+    /// @param block  aligned to 16; not owned, and alive for as long as the heap.
+    FastHeap(void* block, std::size_t bytes)
+        : cursor_(static_cast<char*>(block)), remaining_(bytes), nextChunkBytes_(2 * bytes)
+    {
+    }
     FastHeap(const FastHeap&) = delete;
     FastHeap& operator=(const FastHeap&) = delete;
     ~FastHeap();
