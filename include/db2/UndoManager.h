@@ -16,6 +16,7 @@
 namespace db2 {
 
 class CoreManager;
+class OperationList;
 class UndoItem;
 
 /// Records how to take back each edit that succeeds, closes the records of a unit of work at its commit, and replays
@@ -155,6 +156,8 @@ private:
     void replayOperations(UndoItem& item, unsigned int downTo, DataInterface& target, Keep keep);
     void dropStack(ItemStack& stack, void (UndoObserver::*popped)(UndoManager*));
     void dropOperations(UndoItem& item);
+    void dropOldest(std::unique_ptr<UndoItem> oldest);
+    [[nodiscard]] bool dropAllButRefused(UndoItem& item, OperationList& refused);
     void applyLimit();
     void renewCurrent();
 

@@ -393,21 +393,7 @@ void UndoManager::takeOverRefused(UndoItem& item)
     OperationList taken;
     for (auto redone = redoStack_.rbegin(); redone != redoStack_.rend(); ++redone)
     {
-        bool lends = false;
-        while (UndoableOperation* const operation = (*redone)->operations.takeNewest())
-        {
-            if (operation->isRefused())
-            {
-                operation->setRefused(false);
-                taken.add(*operation);
-                lends = true;
-                continue;
-            }
-            if (operation->isHolding())
-                operation->discard(core_);
-            operation->release();
-        }
-        if (lends)
+        if (dropAllButRefused(**redone, taken))
             item.keepAlive(std::move(*redone)); // its place stays until observers have heard of it
     }
     item.operations.prepend(taken);
@@ -599,10 +585,29 @@ void UndoManager::applyLimit()
     const Setting busy(busy_);
     while (undoStack_.size() > static_cast<std::size_t>(limit_))
     {
-        dropOperations(*undoStack_.front());
+        std::unique_ptr<UndoItem> oldest = std::move(undoStack_.front());
         undoStack_.pop_front();
+        dropOldest(std::move(oldest));
         observers_.notify(&UndoObserver::onUndoStackPoppedFront, this);
     }
+}
+
+/// Objects that a redo could not bring back, and to which what is still to be redone may lead, go to the next redo, which
+/// tries again.
+void UndoManager::dropOldest(std::unique_ptr<UndoItem> oldest)
+{
+    OperationList taken;
+    if (redoStack_.empty() || redoStack_.back() == nullptr)
+    {
+        dropOperations(*oldest);
+        return;
+    }
+    UndoItem& nextRedo = *redoStack_.back();
+    if (!dropAllButRefused(*oldest, taken))
+        return;
+    taken.prepend(nextRedo.operations);
+    nextRedo.operations = taken;
+    nextRedo.keepAlive(std::move(oldest));
 }
 
 void UndoManager::clearUndoHistory()
@@ -622,6 +627,28 @@ void UndoManager::dropStack(ItemStack& stack, void (UndoObserver::*popped)(UndoM
             dropOperations(*item);
         observers_.notify(popped, this);
     }
+}
+
+/// Ends an item's operations, because nobody will replay them, but for those of objects that could not come back. They
+/// are added to @p refused in reverse order, as operations that were not tried yet.
+/// @return true when there are any, which live on in the item's heap.
+bool UndoManager::dropAllButRefused(UndoItem& item, OperationList& refused)
+{
+    bool lends = false;
+    while (UndoableOperation* const operation = item.operations.takeNewest())
+    {
+        if (operation->isRefused())
+        {
+            operation->setRefused(false);
+            refused.add(*operation);
+            lends = true;
+            continue;
+        }
+        if (operation->isHolding())
+            operation->discard(core_);
+        operation->release();
+    }
+    return lends;
 }
 
 /// Gives up what an item's operations hold, because nobody will replay them.

@@ -539,6 +539,50 @@ TEST_F(UndoManagerFailedInversesTest, ANodeThatIsRefusedTimeAndAgainIsNeverLost)
     EXPECT_TRUE(isSameDump(before, dump()));
 }
 
+TEST_F(UndoManagerFailedInversesTest, ANodeThatARedoCouldNotBringBackComesBackWithALaterRedo)
+{
+    settle();
+    node(L"index", arm);
+    commit();
+    const std::wstring after = dump();
+    expectUndone();
+    const std::wstring before = dump();
+    below.refuse({"db_createNode"});
+    EXPECT_EQ(undo.redo(), Status::kSuccess);
+    EXPECT_FALSE(undo.lastReplayWasComplete());
+    below.refuseNothing();
+    commit();
+    EXPECT_TRUE(isSameDump(before, dump()));
+    expectUndone();
+    EXPECT_TRUE(isSameDump(before, dump()));
+    expectRedone();
+    EXPECT_TRUE(isSameDump(after, dump()));
+}
+
+TEST_F(UndoManagerFailedInversesTest, ANodeThatARedoCouldNotBringBackOutlivesItsItem)
+{
+    settle();
+    Node* const index = node(L"index", arm);
+    Node* const thumb = node(L"thumb", index);
+    commit();
+    write(floatOf(index), 1.0f);
+    commit();
+    const std::wstring after = dump();
+    expectUndone();
+    expectUndone();
+    below.refuse({"db_createNode"});
+    EXPECT_EQ(undo.redo(), Status::kSuccess);
+    EXPECT_FALSE(undo.lastReplayWasComplete());
+    below.refuseNothing();
+    undo.setMaxUndoItems(0);
+    commit();
+    commit();
+    expectRedone(); // the write, to which it takes the node
+    EXPECT_TRUE(isSameDump(after, dump()));
+    EXPECT_EQ(arm->getLastChild(), index);
+    EXPECT_EQ(index->getFirstChild(), thumb);
+}
+
 TEST_F(UndoManagerFailedInversesTest, ArrayValuesAreNotWrittenToAnArrayOfAnotherSize)
 {
     resize(floatsOf(arm), 40);
