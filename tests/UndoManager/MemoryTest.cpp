@@ -2,7 +2,6 @@
 #include "support/OutOfMemory.h"
 #include "support/UndoFixture.h"
 
-#include <functional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -96,7 +95,7 @@ TEST_F(UndoManagerMemoryTest, AUnitOfOneWriteTakesLittle)
 struct OutOfMemoryRow
 {
     const char* name;
-    std::function<Status(DataInterface&, Node* arm, Node* leaf)> edit;
+    Status (*edit)(DataInterface& data, Node* arm, Node* leaf);
 };
 
 void PrintTo(const OutOfMemoryRow& row, std::ostream* out)

@@ -256,6 +256,21 @@ TEST_F(UndoManagerObserversTest, MayLowerTheLimit)
     EXPECT_EQ(undo.getUndoStackSize(), 0u);
 }
 
+TEST_F(UndoManagerObserversTest, MayThrowAndTheManagerGoesOn)
+{
+    edit();
+    observer.inCall = [](UndoManager*) { throw 1; };
+    EXPECT_THROW(undo.undo(), int);
+    rename(arm, L"leg");
+    EXPECT_THROW(undo.db_commit(L"edit", L"test", 1), int);
+    observer.inCall = nullptr;
+    commit();
+    EXPECT_EQ(arm->getName(), L"leg");
+    EXPECT_EQ(undo.getUndoStackSize(), 1u);
+    expectUndone();
+    EXPECT_EQ(arm->getName(), L"arm");
+}
+
 TEST_F(UndoManagerObserversTest, MayEdit)
 {
     Node* const hand = node(L"hand");

@@ -2,7 +2,6 @@
 #include "support/Random.h"
 #include "support/UndoFixture.h"
 
-#include <functional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -31,9 +30,9 @@ struct Parts
 struct EditRow
 {
     const char* name;
-    std::function<Status(const Parts&)> edit;
-    std::function<Status(const Parts&)> prepare = nullptr; ///< made and committed before
-    unsigned int operations = 1;                           ///< that are recorded
+    Status (*edit)(const Parts&);
+    Status (*prepare)(const Parts&) = nullptr; ///< made and committed before
+    unsigned int operations = 1;               ///< that are recorded
 };
 
 void PrintTo(const EditRow& row, std::ostream* out)
