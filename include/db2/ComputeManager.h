@@ -21,7 +21,9 @@ class ComputeGraph;
 /// its outputs and resize output arrays; other edits are passed on and are the host's error.
 /// Cost: constant an edit; a commit costs what the written attributes reach. Creating or destroying nodes with compute
 /// sets, connecting or disconnecting what feeds a set, and writing an attribute with the raise flag make the next commit
-/// rebuild the graph and run every set. Threads: the editing thread only.
+/// rebuild the graph and run every set. An edit that finds no memory to note what it wrote has that effect, too.
+/// Undo inside this layer is safe, but what it replays is not seen: nodes that it takes away do not run any more, and those
+/// that it brings back are not computed until a layer over the tree is made anew. Threads: the editing thread only.
 class DB2_API ComputeManager : public ForwardingLayer
 {
 public:
@@ -29,6 +31,7 @@ public:
     /// @param root           the tree's root; nodes with compute sets that stand below it already are taken in.
     /// @param interfaceSlot  may be null; else holds the next layer while compute functions run, and what it held before
     ///                       afterwards, also when a function throws.
+    /// Throws std::bad_alloc.
     ComputeManager(unsigned int id, DataInterface* nextLayer, const Node& root,
                    DataInterface** interfaceSlot = nullptr);
     ComputeManager(const ComputeManager&) = delete;
@@ -37,8 +40,10 @@ public:
 
     [[nodiscard]] unsigned int getId() const { return id_; }
 
-    /// Brings outputs up to date now. Sets that depend on each other in a circle are logged as an error when the graph is
-    /// rebuilt, and run once each in an order that is the same every time.
+    /// Brings outputs up to date now; does nothing when called by a compute function. Sets that depend on each other in a
+    /// circle are logged as an error when the graph is rebuilt, and run once each in an order that is the same every time.
+    /// Without memory for a rebuild, an error is logged, and the next run makes up for it. What is locked counts as
+    /// written once more. An exception of a compute function passes through, and the next run runs every set.
     void computeGraph();
 
     /// The metadata flag of attributes whose writes make the next run a rebuild. Such attributes cannot be connected.
@@ -62,6 +67,7 @@ public:
 
     // --- Edits this layer acts on, in slot order; the others pass through ---
 
+    /// @return kFailure also when there is no memory to take the node in; nothing is forwarded then.
     Status db_createNode(unsigned int typeId, const wchar_t* name, Node* parent, Node* next, Node** outNode) override;
     Status db_destroyLeafNode(Node* node) override;
     Status db_resizeAttributeArray(AttributeArray* array, unsigned int size) override;
@@ -72,9 +78,10 @@ public:
     Status db_destroyReference(Attribute* referencer) override;
     Status db_lockAttribute(Attribute* attribute, ValueHandle* outValue) override;
     Status db_lockAttributeArray(AttributeArray* array, void** outValues) override;
+    /// Brings outputs up to date, then forwards. @return kFailure, without forwarding, when memory is out for a rebuild.
     Status db_commit(const wchar_t* description, const wchar_t* file, unsigned int line) override;
     Status db_commitTransient() override;
-    /// Forgets all nodes and what was written, then forwards.
+    /// Forgets all nodes and what was written, then forwards; remembers all of it when the next layer refuses.
     Status db_clear() override;
 
 private:
@@ -86,11 +93,13 @@ private:
     };
     using DirtyList = kqtl::pod_vector<Element*>; ///< each has ElementFlag::kDirty, so the core keeps it
 
-    void registerNode(Node& node);
+    void takeIn(Node& node);
     void requestRebuild();
     void markWritten(Element& element);
     void markDirty(Element& element);
-    void takeOffDirtyList();
+    [[nodiscard]] bool bringUpToDate();
+    void settleDirtyList();
+    void run(Statistics& statistics, void (ComputeGraph::*way)(DataInterface&));
 
     unsigned int id_;
     DataInterface** interfaceSlot_;
@@ -100,6 +109,7 @@ private:
     bool isDirty_ = false;
     bool needsRebuild_ = false;
     bool isCacheValid_ = false;
+    bool isRunning_ = false; ///< while compute functions run
     Statistics flush_;
     Statistics cacheUse_;
     Statistics priorityQueueUse_;

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <kqtl/pod_vector.h>
+
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <span>
-#include <vector>
 
 namespace db2 {
 
@@ -23,11 +26,13 @@ void forEachComponent(std::uint32_t count, EdgesOf edgesOf, VisitComponent compo
     };
     constexpr std::uint32_t kUnseen = 0;
     constexpr std::uint32_t kDone = 0xFFFFFFFFu;
-    std::vector<std::uint32_t> order(count, kUnseen); // when a node was first seen, from 1; kDone with its component
-    std::vector<std::uint32_t> lowest(count);         // the earliest node on the stack that it leads back to
-    std::vector<std::uint32_t> open;                  // seen, and in no component yet
-    std::vector<Visit> path;
+    kqtl::pod_vector<std::uint32_t> order;  // when a node was first seen, from 1; kDone with its component
+    kqtl::pod_vector<std::uint32_t> lowest; // the earliest node on the stack that it leads back to
+    kqtl::pod_vector<std::uint32_t> open;   // seen, and in no component yet
+    kqtl::pod_vector<Visit> path;
     std::uint32_t seen = 0;
+    order.resize(count, kUnseen);
+    lowest.resize(count);
 
     const auto enter = [&](std::uint32_t node) {
         order[node] = lowest[node] = ++seen;
@@ -35,9 +40,11 @@ void forEachComponent(std::uint32_t count, EdgesOf edgesOf, VisitComponent compo
         path.push_back({node, 0});
     };
     const auto finish = [&](std::uint32_t node) {
-        const auto first = std::find(open.rbegin(), open.rend(), node).base() - 1;
+        const auto first =
+            std::find(std::make_reverse_iterator(open.end()), std::make_reverse_iterator(open.begin()), node).base() -
+            1;
         std::sort(first, open.end());
-        component(std::span<const std::uint32_t>(&*first, static_cast<std::size_t>(open.end() - first)));
+        component(std::span<const std::uint32_t>(first, open.end()));
         for (auto member = first; member != open.end(); ++member)
             order[*member] = kDone;
         open.erase(first, open.end());

@@ -1,10 +1,12 @@
 #include "ComputeGraph.h"
 
+#include "../OutOfMemory.h"
 #include "../ReferencerWalk.h"
 #include "Components.h"
 
 #include <db2/Library.h>
 #include <db2/NodeTemplate.h>
+#include <db2/Paths.h>
 
 #include <algorithm>
 #include <utility>
@@ -47,37 +49,16 @@ void forEachReferent(const Element& element, Visit visit)
 
 // --- Nodes ---
 
-void ComputeGraph::addNode(Node& node)
+bool ComputeGraph::reserveNode()
 {
-    const auto [place, isNew] = indices_.emplace(&node, static_cast<Index>(nodes_.size()));
-    if (!isNew)
-        return;
-    try
-    {
-        nodes_.push_back({kqx::AnchorHandle<Node>(&node), 0, 0});
-    }
-    catch (...)
-    {
-        indices_.erase(place);
-        throw;
-    }
+    if (nodes_.size() < nodes_.capacity())
+        return true;
+    return succeeds([this] { nodes_.reserve(std::max<std::size_t>(nodes_.size() * 2, 8)); });
 }
 
-void ComputeGraph::removeNode(const Node& node)
+void ComputeGraph::addNode(Node& node)
 {
-    const auto found = indices_.find(&node);
-    if (found == indices_.end())
-        return;
-    const Index gap = found->second;
-    indices_.erase(found);
-    const Index last = static_cast<Index>(nodes_.size()) - 1;
-    if (gap != last)
-    {
-        nodes_[gap] = nodes_[last];
-        if (const Node* const moved = nodes_[gap].node.get())
-            indices_[moved] = gap;
-    }
-    nodes_.pop_back();
+    nodes_.push_back({kqx::AnchorHandle<Node>(&node)});
 }
 
 void ComputeGraph::clear()
@@ -92,13 +73,13 @@ template <class Visit>
 void ComputeGraph::forEachReader(const Element& element, Visit visit) const
 {
     const Element& owner = outermost(element);
-    const auto found = isInput(owner) ? indices_.find(owner.getNode()) : indices_.end();
-    if (found == indices_.end())
+    const Index n = isInput(owner) ? indices_.find(owner.getNode()) : NodeIndex::kNone;
+    if (n == NodeIndex::kNone)
         return;
     const ElementMetaData& metaData = *owner.getMetaData();
     const auto& sets = owner.getNode()->getNodeTemplate()->getElementOutputs();
     for (unsigned int i = 0; i < metaData.getOutputComputeSetSize(); ++i)
-        visit(nodes_[found->second].firstComputer + sets[metaData.getOutputComputeSet() + i]);
+        visit(nodes_[n].firstComputer + sets[metaData.getOutputComputeSet() + i]);
 }
 
 /// A walk that gets long is taken to lead to one: a rebuild too many is cheaper than the same walk for every edit.
@@ -118,51 +99,67 @@ bool ComputeGraph::mayFeedAny(const Element& element)
 // --- Rebuilding ---
 
 void ComputeGraph::rebuild()
+try
 {
+    dropDestroyedNodes();
     numberComputers();
     collectEdges();
     assignPriorities();
-    sortByPriority();
-    lastOrder_.clear();
-    queue_.reset(byPriority_.size(), byPriority_.empty() ? 0 : computers_[byPriority_.front()].priority);
+    prepareRuns();
+}
+catch (...)
+{
+    indices_.clear(); // so that nobody finds a computer that was not made
+    throw;
+}
+
+void ComputeGraph::dropDestroyedNodes()
+{
+    const auto firstFree =
+        std::remove_if(nodes_.begin(), nodes_.end(), [](const ComputedNode& computed) { return !computed.node; });
+    nodes_.erase(firstFree, nodes_.end());
 }
 
 void ComputeGraph::numberComputers()
 {
-    // Nodes that an inner layer destroyed unseen.
-    std::erase_if(nodes_, [](const ComputedNode& computed) { return !computed.node; });
-    indices_.clear();
+    indices_.reset(nodes_.size());
     computers_.clear();
     elements_.clear();
     for (Index n = 0; n < nodes_.size(); ++n)
     {
         Node& node = *nodes_[n].node.get();
-        indices_.emplace(&node, n);
+        const NodeTemplate& nodeTemplate = *node.getNodeTemplate();
+        indices_.insert(&node, n);
         nodes_[n].firstComputer = static_cast<Index>(computers_.size());
-        nodes_[n].elements = elements_.size();
-        for (unsigned int i = 0; i < node.getNodeTemplate()->getElementCount(); ++i)
+        nodes_[n].firstElement = static_cast<Index>(elements_.size());
+        for (unsigned int i = 0; i < nodeTemplate.getElementCount(); ++i)
             elements_.push_back(node.getElement(i));
-        for (Index set = 0; set < node.getNodeTemplate()->getComputeSetCount(); ++set)
-            computers_.push_back({n, set, 0, 0, 0});
+        for (unsigned int i = 0; i < nodeTemplate.getComputeSetCount(); ++i)
+        {
+            const ComputeSet& set = *nodeTemplate.getComputeSet(i);
+            computers_.push_back({set.getComputeFunction(), set.getUserData(), n, 0, 0, 0});
+        }
     }
 }
 
 void ComputeGraph::collectEdges()
 {
+    const auto count = static_cast<Index>(computers_.size());
+    constexpr Index kNobody = 0xFFFFFFFFu;
+    kqtl::pod_vector<Index> lastFeeder; // by computer: whose edges last led to it
+    lastFeeder.resize(count, kNobody);
     edges_.clear();
-    edgeMarks_.assign(computers_.size(), 0);
-    for (std::size_t i = 0; i < computers_.size(); ++i)
+    for (Index i = 0; i < count; ++i)
     {
+        const auto addEdge = [&](Index dependant) {
+            if (std::exchange(lastFeeder[dependant], i) != i) // each dependant once
+                edges_.push_back(dependant);
+        };
         computers_[i].firstEdge = static_cast<Index>(edges_.size());
-        const ComputedNode& computed = nodes_[computers_[i].node];
-        const ComputeSet& set = *computed.node.get()->getNodeTemplate()->getComputeSet(computers_[i].set);
+        const ComputeSet& set = getSet(i);
         for (unsigned int output = 0; output < set.getOutputCount(); ++output)
         {
-            const auto addEdge = [&](Index dependant) {
-                if (std::exchange(edgeMarks_[dependant], i + 1) != i + 1) // each dependant once
-                    edges_.push_back(dependant);
-            };
-            const Element& element = *elements_[computed.elements + set.getOutputs()[output]];
+            const Element& element = getElement(i, set.getOutputs()[output]);
             forEachReader(element, addEdge);
             forEachReferent(element, [&](const Attribute& referent) {
                 forEachReader(referent, addEdge);
@@ -170,27 +167,24 @@ void ComputeGraph::collectEdges()
             });
         }
     }
-    computers_.push_back({0, 0, static_cast<Index>(edges_.size()), 0, 0});
+    computers_.push_back({nullptr, nullptr, 0, static_cast<Index>(edges_.size()), 0, 0});
 }
 
 void ComputeGraph::assignPriorities()
 {
-    const auto count = static_cast<Index>(computers_.size() - 1);
-    const auto edgesOf = [this](Index i) {
-        return std::span(edges_.data() + computers_[i].firstEdge,
-                         computers_[i + 1].firstEdge - computers_[i].firstEdge);
-    };
+    constexpr std::uint32_t kInComponent = 1; // marks the members until their priority is known
+    const auto dependants = [this](Index i) { return getDependants(i); };
     // Components come with what they lead to before them, so its priorities are known.
-    forEachComponent(count, edgesOf, [&](std::span<const Index> members) {
+    forEachComponent(countComputers(), dependants, [&](std::span<const Index> members) {
         for (const Index member : members)
-            computers_[member].queuedIn = 1; // marks the component until its priority is known
+            computers_[member].queuedIn = kInComponent;
         std::uint32_t priority = 0;
         bool isCycle = members.size() > 1;
         for (const Index member : members)
-            for (const Index dependant : edgesOf(member))
+            for (const Index dependant : getDependants(member))
             {
                 isCycle = isCycle || dependant == member;
-                if (computers_[dependant].queuedIn == 0)
+                if (computers_[dependant].queuedIn != kInComponent)
                     priority = std::max(priority, computers_[dependant].priority + 1);
             }
         for (const Index member : members)
@@ -201,72 +195,108 @@ void ComputeGraph::assignPriorities()
         if (isCycle)
             logCycle(members);
     });
-    run_ = 0;
 }
 
 void ComputeGraph::logCycle(std::span<const Index> members) const
 {
-    constexpr std::size_t kNamed = 8; // enough to find it by; a line has its limit
+    constexpr std::size_t kNamed = 16; // enough to find it by; a line has its limit
     kqx::String names;
     for (std::size_t i = 0; i < std::min(members.size(), kNamed); ++i)
     {
-        const Computer& computer = computers_[members[i]];
-        const Node& node = *nodes_[computer.node].node.get();
-        const ComputeSet& set = *node.getNodeTemplate()->getComputeSet(computer.set);
+        const Node& node = *nodes_[computers_[members[i]].node].node.get();
+        kqx::String path;
+        if (dbu_nodeToPath(nullptr, &node, &path) != Status::kSuccess)
+            path = node.getName(); // too deep for a path
         names += i == 0 ? L"'" : L", '";
-        names += node.getName();
+        names += path;
         names += L".";
-        names += elements_[nodes_[computer.node].elements + set.getOutputs()[0]]->getName();
+        names += getElement(members[i], getSet(members[i]).getOutputs()[0]).getName();
         names += L"'";
     }
     logError(L"Compute sets depend on each other in a cycle of %u: %s%s", static_cast<unsigned int>(members.size()),
              names.c_str(), members.size() > kNamed ? L", ..." : L"");
 }
 
-void ComputeGraph::sortByPriority()
+void ComputeGraph::prepareRuns()
 {
-    byPriority_.resize(computers_.size() - 1);
-    for (Index i = 0; i < byPriority_.size(); ++i)
-        byPriority_[i] = i;
-    std::stable_sort(byPriority_.begin(), byPriority_.end(),
-                     [this](Index a, Index b) { return computers_[a].priority > computers_[b].priority; });
+    const Index count = countComputers();
+    std::uint32_t greatest = 0;
+    for (Index i = 0; i < count; ++i)
+        greatest = std::max(greatest, computers_[i].priority);
+    queue_.reset(count, greatest);
+    lastOrder_.clear();
+    lastOrder_.reserve(count);
+    run_ = 0;
+}
+
+// --- The parts of the graph ---
+
+ComputeGraph::Index ComputeGraph::countComputers() const
+{
+    return computers_.empty() ? 0 : static_cast<Index>(computers_.size() - 1);
+}
+
+const ComputeSet& ComputeGraph::getSet(Index computer) const
+{
+    const ComputedNode& computed = nodes_[computers_[computer].node];
+    return *computed.node.get()->getNodeTemplate()->getComputeSet(computer - computed.firstComputer);
+}
+
+Element& ComputeGraph::getElement(Index computer, unsigned int element) const
+{
+    return *elements_[nodes_[computers_[computer].node].firstElement + element];
+}
+
+std::span<const ComputeGraph::Index> ComputeGraph::getDependants(Index computer) const
+{
+    return {edges_.data() + computers_[computer].firstEdge, edges_.data() + computers_[computer + 1].firstEdge};
 }
 
 void ComputeGraph::getPriorities(const Node& node, kqx::SizeTArray& priorities) const
 {
     priorities.clear();
-    const auto found = indices_.find(&node);
-    if (found == indices_.end() || computers_.empty())
+    const Index n = indices_.find(&node);
+    if (n == NodeIndex::kNone || nodes_[n].node.get() != &node)
         return;
-    const Index first = nodes_[found->second].firstComputer;
-    for (Index set = 0; set < node.getNodeTemplate()->getComputeSetCount(); ++set)
-        priorities.push_back(computers_[first + set].priority);
+    for (unsigned int set = 0; set < node.getNodeTemplate()->getComputeSetCount(); ++set)
+        priorities.push_back(computers_[nodes_[n].firstComputer + set].priority);
 }
 
 // --- Running ---
 
-void ComputeGraph::runOne(const Computer& computer, DataInterface& data)
+void ComputeGraph::beginRun()
 {
-    const ComputedNode& computed = nodes_[computer.node];
-    Node* const node = computed.node.get();
-    if (node == nullptr)
+    while (!queue_.empty()) // of a run that a throwing function ended
+        queue_.pop();
+    if (++run_ != 0)
         return;
-    const ComputeSet& set = *node->getNodeTemplate()->getComputeSet(computer.set);
-    if (const ComputeFunction function = set.getComputeFunction())
-        function(data, *node, elements_.data() + computed.elements, set.getUserData());
+    for (Computer& computer : computers_) // once in four thousand million runs
+        computer.queuedIn = 0;
+    run_ = 1;
+}
+
+void ComputeGraph::runOne(Index computer, DataInterface& data)
+{
+    // Copied, since the function may change the graph.
+    const Computer running = computers_[computer];
+    const ComputedNode& computed = nodes_[running.node];
+    Node* const node = computed.node.get();
+    if (node != nullptr && running.function != nullptr)
+        running.function(data, *node, elements_.data() + computed.firstElement, running.userData);
 }
 
 void ComputeGraph::runAll(DataInterface& data)
 {
-    for (const Index computer : byPriority_)
-        runOne(computers_[computer], data);
+    beginRun();
+    for (Index i = countComputers(); i-- > 0;) // the last queued of a priority comes first
+        queue(i);
+    while (!queue_.empty())
+        runOne(queue_.pop(), data);
 }
 
 void ComputeGraph::queueFedBy(const kqtl::pod_vector<Element*>& written)
 {
-    while (!queue_.empty()) // of a run that a throwing function ended
-        queue_.pop();
-    ++run_;
+    beginRun();
     const auto queueReader = [this](Index computer) { queue(computer); };
     for (const Element* const element : written)
     {
@@ -283,14 +313,13 @@ void ComputeGraph::queueFedBy(const kqtl::pod_vector<Element*>& written)
 void ComputeGraph::runQueued(DataInterface& data)
 {
     lastOrder_.clear();
-    lastOrder_.reserve(byPriority_.size());
     while (!queue_.empty())
     {
         const Index computer = queue_.pop();
-        for (Index edge = computers_[computer].firstEdge; edge < computers_[computer + 1].firstEdge; ++edge)
-            queue(edges_[edge]);
+        for (const Index dependant : getDependants(computer))
+            queue(dependant);
         lastOrder_.push_back(computer);
-        runOne(computers_[computer], data);
+        runOne(computer, data);
     }
 }
 
@@ -302,8 +331,8 @@ void ComputeGraph::queue(Index computer)
 
 void ComputeGraph::runAgain(DataInterface& data)
 {
-    for (const Index computer : lastOrder_)
-        runOne(computers_[computer], data);
+    for (std::size_t i = 0; i < lastOrder_.size(); ++i) // a function may clear the list
+        runOne(lastOrder_[i], data);
 }
 
 } // namespace db2

@@ -1,18 +1,19 @@
 #pragma once
 
+#include "NodeIndex.h"
 #include "PriorityBuckets.h"
 
+#include <db2/ComputeSet.h>
 #include <db2/DataInterface.h>
 #include <db2/Node.h>
 
+#include <kqtl/pod_vector.h>
 #include <kqx/Anchor.h>
 #include <kqx/Array.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <unordered_map>
-#include <vector>
 
 namespace db2 {
 
@@ -24,11 +25,13 @@ namespace db2 {
 class ComputeGraph
 {
 public:
-    // --- Nodes ---
+    // --- Nodes: they leave by themselves when they are destroyed, by whatever layer ---
 
-    /// Throws std::bad_alloc, changing nothing.
+    /// Makes room for one node more. @return false when memory is out.
+    [[nodiscard]] bool reserveNode();
+
+    /// @param node  not in the graph; there must be room.
     void addNode(Node& node);
-    void removeNode(const Node& node);
     void clear();
 
     /// False only when no write of the element can reach a compute set: neither it nor what references it is an input.
@@ -43,7 +46,8 @@ public:
     /// Replaces @p priorities by those of the node's sets, as of the last rebuild; empty for a node without sets.
     void getPriorities(const Node& node, kqx::SizeTArray& priorities) const;
 
-    // --- Running: each computer at most once a run ---
+    // --- Running: each computer at most once a run, and none on destroyed nodes. Needs no memory. Compute functions may
+    // --- do to the graph what they like, but for rebuild() ---
 
     /// Runs every computer.
     void runAll(DataInterface& data);
@@ -62,39 +66,44 @@ private:
 
     struct ComputedNode
     {
-        kqx::AnchorHandle<Node> node; ///< null once destroyed, also when an inner layer did it unseen
-        Index firstComputer;
-        std::size_t elements; ///< where its elements stand in elements_
+        kqx::AnchorHandle<Node> node; ///< null once destroyed
+        Index firstComputer = 0;
+        Index firstElement = 0; ///< in elements_
     };
     struct Computer
     {
+        ComputeFunction function; ///< may be null
+        void* userData;
         Index node;
-        Index set;
         Index firstEdge; ///< in edges_; the run ends where the next one's begins
         std::uint32_t priority;
-        std::uint64_t queuedIn; ///< the number of the last run that had it queued
+        std::uint32_t queuedIn; ///< the number of the last run that had it queued
     };
 
+    void dropDestroyedNodes();
     void numberComputers();
     void collectEdges();
     void assignPriorities();
     void logCycle(std::span<const Index> members) const;
-    void sortByPriority();
-    void runOne(const Computer& computer, DataInterface& data);
+    void prepareRuns();
+    [[nodiscard]] const ComputeSet& getSet(Index computer) const;
+    [[nodiscard]] Element& getElement(Index computer, unsigned int element) const;
+    [[nodiscard]] std::span<const Index> getDependants(Index computer) const;
+    [[nodiscard]] Index countComputers() const;
+    void beginRun();
+    void runOne(Index computer, DataInterface& data);
     void queue(Index computer);
     template <class Visit>
     void forEachReader(const Element& element, Visit visit) const;
 
-    std::vector<ComputedNode> nodes_;
-    std::unordered_map<const Node*, Index> indices_; ///< of nodes_; for look-ups only, never walked
-    std::vector<Computer> computers_;                ///< and one more behind the last, for its edges' end
-    std::vector<Index> edges_;                       ///< dependants
-    std::vector<Element*> elements_;                 ///< the element tables of all nodes
-    std::vector<Index> byPriority_;                  ///< all computers, the greatest priority first
-    std::vector<Index> lastOrder_;                   ///< of the last runQueued()
-    std::vector<std::uint64_t> edgeMarks_;           ///< which computer's edges last led to a computer
+    kqx::Array<ComputedNode> nodes_;       ///< in the order of registration
+    NodeIndex indices_;                    ///< of nodes_, as of the last rebuild
+    kqtl::pod_vector<Computer> computers_; ///< and one more behind the last, for its edges' end
+    kqtl::pod_vector<Index> edges_;        ///< dependants
+    kqtl::pod_vector<Element*> elements_;  ///< the element tables of all nodes
+    kqtl::pod_vector<Index> lastOrder_;    ///< of the last runQueued()
     PriorityBuckets queue_;
-    std::uint64_t run_ = 0;
+    std::uint32_t run_ = 0;
 };
 
 } // namespace db2

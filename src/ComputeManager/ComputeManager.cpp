@@ -9,6 +9,7 @@
 
 #include <kqx/Timer.h>
 
+#include <new>
 #include <utility>
 
 namespace db2 {
@@ -38,6 +39,32 @@ private:
     DataInterface* former_ = nullptr;
 };
 
+/// Lets the functions run: one run at a time.
+class Running
+{
+public:
+    explicit Running(bool& flag) : flag_(flag) { flag_ = true; }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+    ~Running() { flag_ = false; }
+
+private:
+    bool& flag_;
+};
+
+/// Between a lock and its unlock, by itself or with its array.
+bool isBeingWritten(const Element& element)
+{
+    const AttributeArray* const array = element.getParentArray();
+    return element.hasFlag(ElementFlag::kLocked) || (array != nullptr && array->isLocked());
+}
+
+void unmark(const kqtl::pod_vector<Element*>& elements)
+{
+    for (Element* const element : elements)
+        element->clearFlag(ElementFlag::kDirty);
+}
+
 bool hasComputeSets(const Node& node)
 {
     return node.getNodeTemplate()->hasComputeSets();
@@ -55,12 +82,16 @@ ComputeManager::ComputeManager(unsigned int id, DataInterface* nextLayer, const 
     previousElements_.reserve(kReservedDirtyElements);
     for (NodeIterator nodes(const_cast<Node*>(&root)); nodes.next();) // the layers edit what the root owns
         if (hasComputeSets(*nodes.node()))
-            registerNode(*nodes.node());
+        {
+            if (!graph_->reserveNode())
+                throw std::bad_alloc();
+            takeIn(*nodes.node());
+        }
 }
 
 ComputeManager::~ComputeManager()
 {
-    takeOffDirtyList();
+    unmark(dirtyElements_);
 }
 
 // --- What was written ---
@@ -72,10 +103,9 @@ void ComputeManager::requestRebuild()
     isCacheValid_ = false;
 }
 
-void ComputeManager::registerNode(Node& node)
+void ComputeManager::takeIn(Node& node)
 {
-    if (!succeeds([&] { graph_->addNode(node); }))
-        logError(L"Out of memory while registering node '%s'; it will not be computed.", node.getName().c_str());
+    graph_->addNode(node);
     requestRebuild();
 }
 
@@ -101,22 +131,18 @@ void ComputeManager::markDirty(Element& element)
     isCacheValid_ = isCacheValid_ && position < previousElements_.size() && previousElements_[position] == &element;
 }
 
-void ComputeManager::takeOffDirtyList()
-{
-    for (Element* const element : dirtyElements_)
-        element->clearFlag(ElementFlag::kDirty);
-}
-
 // --- Edits ---
 
 Status ComputeManager::db_createNode(unsigned int typeId, const wchar_t* name, Node* parent, Node* next, Node** outNode)
 {
+    if (!graph_->reserveNode())
+        return Status::kFailure;
     Node* created = nullptr;
     const Status status = ForwardingLayer::db_createNode(typeId, name, parent, next, &created);
     if (status != Status::kSuccess)
         return status;
-    if (hasComputeSets(*created))
-        registerNode(*created);
+    if (created != nullptr && hasComputeSets(*created))
+        takeIn(*created);
     if (outNode != nullptr)
         *outNode = created;
     return status;
@@ -126,10 +152,7 @@ Status ComputeManager::db_destroyLeafNode(Node* node)
 {
     const Status status = ForwardingLayer::db_destroyLeafNode(node);
     if (status == Status::kSuccess && hasComputeSets(*node))
-    {
-        graph_->removeNode(*node);
-        requestRebuild();
-    }
+        requestRebuild(); // which finds the node gone
     return status;
 }
 
@@ -195,69 +218,104 @@ Status ComputeManager::db_lockAttributeArray(AttributeArray* array, void** outVa
 
 Status ComputeManager::db_commit(const wchar_t* description, const wchar_t* file, unsigned int line)
 {
-    computeGraph();
-    return ForwardingLayer::db_commit(description, file, line);
+    return bringUpToDate() ? ForwardingLayer::db_commit(description, file, line) : Status::kFailure;
 }
 
 Status ComputeManager::db_commitTransient()
 {
-    computeGraph();
-    return ForwardingLayer::db_commitTransient();
+    return bringUpToDate() ? ForwardingLayer::db_commitTransient() : Status::kFailure;
 }
 
 Status ComputeManager::db_clear()
 {
-    takeOffDirtyList();
-    dirtyElements_.clear();
-    previousElements_.clear();
-    graph_->clear();
-    isDirty_ = false;
-    needsRebuild_ = false;
-    isCacheValid_ = false;
-    return ForwardingLayer::db_clear();
+    // Nothing may be listed when the next layers free it, so everything is put aside, and comes back when they refuse.
+    unmark(dirtyElements_);
+    ComputeGraph graph = std::exchange(*graph_, ComputeGraph());
+    DirtyList dirtyElements = std::exchange(dirtyElements_, DirtyList());
+    const bool wasDirty = std::exchange(isDirty_, false);
+    const bool neededRebuild = std::exchange(needsRebuild_, false);
+    const bool wasCacheValid = std::exchange(isCacheValid_, false);
+    const Status status = ForwardingLayer::db_clear();
+    if (status == Status::kSuccess)
+    {
+        previousElements_.clear();
+        return status;
+    }
+    *graph_ = std::move(graph);
+    dirtyElements_ = std::move(dirtyElements);
+    for (Element* const element : dirtyElements_)
+        element->setFlag(ElementFlag::kDirty);
+    isDirty_ = wasDirty;
+    needsRebuild_ = neededRebuild;
+    isCacheValid_ = wasCacheValid;
+    return status;
 }
 
 // --- Running ---
 
 void ComputeManager::computeGraph()
 {
-    if (!isDirty_)
-        return;
+    (void)bringUpToDate();
+}
+
+/// @return false when memory is out for a rebuild, which stays due then.
+bool ComputeManager::bringUpToDate()
+{
+    if (!isDirty_ || isRunning_)
+        return true;
     if (needsRebuild_ && !succeeds([this] { graph_->rebuild(); }))
     {
         logError(L"Out of memory while building the compute graph; outputs are not up to date.");
-        return;
+        return false;
     }
     isCacheValid_ = isCacheValid_ && dirtyElements_.size() == previousElements_.size();
-    const bool usesCache = isCacheValid_ && !needsRebuild_;
-    const bool usesQueue = !usesCache && !needsRebuild_;
-
-    if (usesQueue)
+    if (needsRebuild_)
+        run(flush_, &ComputeGraph::runAll);
+    else if (isCacheValid_)
+        run(cacheUse_, &ComputeGraph::runAgain);
+    else
+    {
         graph_->queueFedBy(dirtyElements_);
-    // Settled before the functions run, in case one throws. The destroyed ones are taken off, too.
-    takeOffDirtyList();
+        run(priorityQueueUse_, &ComputeGraph::runQueued);
+        isCacheValid_ = !isDirty_; // its order is worth keeping, unless a new list has begun meanwhile
+    }
+    return true;
+}
+
+/// Every attribute is taken off, destroyed ones too. What is locked may still be written, and so begins the next list.
+void ComputeManager::settleDirtyList()
+{
     previousElements_.swap(dirtyElements_);
     dirtyElements_.clear();
     isDirty_ = false;
     needsRebuild_ = false;
     isCacheValid_ = false;
+    unmark(previousElements_);
+    for (Element* const element : previousElements_)
+        if (isBeingWritten(*element))
+            markDirty(*element);
+}
 
+void ComputeManager::run(Statistics& statistics, void (ComputeGraph::*way)(DataInterface&))
+{
+    settleDirtyList(); // before the functions run, since they may write through this layer
     const SlotLoan loan(interfaceSlot_, db_getNextInterface());
-    DataInterface& data = *db_getNextInterface();
-    Statistics& statistics = usesQueue ? priorityQueueUse_ : usesCache ? cacheUse_ : flush_;
+    const Running running(isRunning_);
     ++statistics.count;
     kqx::Timer timer;
     timer.start();
-    if (usesQueue)
-        graph_->runQueued(data);
-    else if (usesCache)
-        graph_->runAgain(data);
-    else
-        graph_->runAll(data);
+    try
+    {
+        ((*graph_).*way)(*db_getNextInterface());
+    }
+    catch (...)
+    {
+        requestRebuild(); // which runs what was left out, too
+        throw;
+    }
     timer.stop();
     statistics.lastTime = static_cast<float>(timer.seconds());
     statistics.totalTime += statistics.lastTime;
-    isCacheValid_ = usesQueue; // a run from the queue leaves an order worth keeping, any other does not
 }
 
 void ComputeManager::debug_getWatches(const Node* node, kqx::SizeTArray& watches) const

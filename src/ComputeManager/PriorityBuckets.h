@@ -1,8 +1,10 @@
 #pragma once
 
+#include <kqtl/pod_vector.h>
+
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
-#include <vector>
 
 namespace db2 {
 
@@ -16,9 +18,11 @@ public:
     /// std::bad_alloc.
     void reset(std::size_t items, std::uint32_t greatestPriority)
     {
-        heads_.assign(std::size_t{greatestPriority} + 1, kNone);
-        next_.assign(items, kNone);
+        heads_.clear();
+        next_.clear();
         heap_.clear();
+        heads_.resize(std::size_t{greatestPriority} + 1, kNone);
+        next_.resize(items, kNone);
         heap_.reserve(heads_.size());
     }
 
@@ -53,9 +57,9 @@ public:
 private:
     static constexpr std::uint32_t kNone = 0xFFFFFFFFu;
 
-    std::vector<std::uint32_t> heads_; ///< by priority: the newest item
-    std::vector<std::uint32_t> next_;  ///< by item: the next older one of its bucket
-    std::vector<std::uint32_t> heap_;  ///< the priorities whose buckets are not empty
+    kqtl::pod_vector<std::uint32_t> heads_; ///< by priority: the newest item
+    kqtl::pod_vector<std::uint32_t> next_;  ///< by item: the next older one of its bucket
+    kqtl::pod_vector<std::uint32_t> heap_;  ///< the priorities whose buckets are not empty
 };
 
 } // namespace db2
