@@ -99,7 +99,7 @@ private:
     void markDirty(Element& element);
     [[nodiscard]] bool bringUpToDate();
     void settleDirtyList();
-    void run(Statistics& statistics, void (ComputeGraph::*way)(DataInterface&));
+    void run();
 
     unsigned int id_;
     DataInterface** interfaceSlot_;

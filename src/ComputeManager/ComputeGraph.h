@@ -46,20 +46,17 @@ public:
     /// Replaces @p priorities by those of the node's sets, as of the last rebuild; empty for a node without sets.
     void getPriorities(const Node& node, kqx::SizeTArray& priorities) const;
 
-    // --- Running: each computer at most once a run, and none on destroyed nodes. Needs no memory. Compute functions may
-    // --- do to the graph what they like, but for rebuild() ---
+    // --- Running: first an order, with each computer at most once, then the run. Needs no memory ---
 
-    /// Runs every computer.
-    void runAll(DataInterface& data);
+    /// Orders all computers.
+    void orderAll();
 
-    /// Queues what the elements feed; they still carry ElementFlag::kDirty.
-    void queueFedBy(const kqtl::pod_vector<Element*>& written);
+    /// Orders what the elements feed, directly or through others. They still carry ElementFlag::kDirty.
+    void orderFedBy(const kqtl::pod_vector<Element*>& written);
 
-    /// Runs what is queued and all that depends on it, and remembers the order.
-    void runQueued(DataInterface& data);
-
-    /// Runs in the order of the last runQueued().
-    void runAgain(DataInterface& data);
+    /// Runs in the order that was made last, except on nodes that are destroyed by then. Compute functions may do to the
+    /// graph what they like, but for a rebuild or another order.
+    void run(DataInterface& data);
 
 private:
     using Index = std::uint32_t;
@@ -77,7 +74,7 @@ private:
         Index node;
         Index firstEdge; ///< in edges_; the run ends where the next one's begins
         std::uint32_t priority;
-        std::uint32_t queuedIn; ///< the number of the last run that had it queued
+        std::uint32_t queuedIn; ///< the number of the last order that had it queued
     };
 
     void dropDestroyedNodes();
@@ -85,13 +82,13 @@ private:
     void collectEdges();
     void assignPriorities();
     void logCycle(std::span<const Index> members) const;
+    void sortEdges();
     void prepareRuns();
     [[nodiscard]] const ComputeSet& getSet(Index computer) const;
     [[nodiscard]] Element& getElement(Index computer, unsigned int element) const;
     [[nodiscard]] std::span<const Index> getDependants(Index computer) const;
     [[nodiscard]] Index countComputers() const;
-    void beginRun();
-    void runOne(Index computer, DataInterface& data);
+    void beginOrder();
     void queue(Index computer);
     template <class Visit>
     void forEachReader(const Element& element, Visit visit) const;
@@ -101,9 +98,9 @@ private:
     kqtl::pod_vector<Computer> computers_; ///< and one more behind the last, for its edges' end
     kqtl::pod_vector<Index> edges_;        ///< dependants
     kqtl::pod_vector<Element*> elements_;  ///< the element tables of all nodes
-    kqtl::pod_vector<Index> lastOrder_;    ///< of the last runQueued()
+    kqtl::pod_vector<Index> order_;        ///< of running
     PriorityBuckets queue_;
-    std::uint32_t run_ = 0;
+    std::uint32_t orders_ = 0; ///< how many were made, since the last rebuild
 };
 
 } // namespace db2

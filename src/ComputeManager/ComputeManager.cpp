@@ -269,16 +269,21 @@ bool ComputeManager::bringUpToDate()
         return false;
     }
     isCacheValid_ = isCacheValid_ && dirtyElements_.size() == previousElements_.size();
-    if (needsRebuild_)
-        run(flush_, &ComputeGraph::runAll);
-    else if (isCacheValid_)
-        run(cacheUse_, &ComputeGraph::runAgain);
-    else
-    {
-        graph_->queueFedBy(dirtyElements_);
-        run(priorityQueueUse_, &ComputeGraph::runQueued);
-        isCacheValid_ = !isDirty_; // its order is worth keeping, unless a new list has begun meanwhile
-    }
+    const bool usesQueue = !needsRebuild_ && !isCacheValid_;
+    Statistics& statistics = usesQueue ? priorityQueueUse_ : needsRebuild_ ? flush_ : cacheUse_;
+    ++statistics.count;
+    kqx::Timer timer;
+    timer.start();
+    if (usesQueue)
+        graph_->orderFedBy(dirtyElements_);
+    else if (needsRebuild_)
+        graph_->orderAll();
+    settleDirtyList(); // before the functions run, since they may write through this layer
+    run();
+    timer.stop();
+    statistics.lastTime = static_cast<float>(timer.seconds());
+    statistics.totalTime += statistics.lastTime;
+    isCacheValid_ = usesQueue && !isDirty_; // worth keeping, unless a new list has begun meanwhile
     return true;
 }
 
@@ -296,26 +301,19 @@ void ComputeManager::settleDirtyList()
             markDirty(*element);
 }
 
-void ComputeManager::run(Statistics& statistics, void (ComputeGraph::*way)(DataInterface&))
+void ComputeManager::run()
 {
-    settleDirtyList(); // before the functions run, since they may write through this layer
     const SlotLoan loan(interfaceSlot_, db_getNextInterface());
     const Running running(isRunning_);
-    ++statistics.count;
-    kqx::Timer timer;
-    timer.start();
     try
     {
-        ((*graph_).*way)(*db_getNextInterface());
+        graph_->run(*db_getNextInterface());
     }
     catch (...)
     {
         requestRebuild(); // which runs what was left out, too
         throw;
     }
-    timer.stop();
-    statistics.lastTime = static_cast<float>(timer.seconds());
-    statistics.totalTime += statistics.lastTime;
 }
 
 void ComputeManager::debug_getWatches(const Node* node, kqx::SizeTArray& watches) const
