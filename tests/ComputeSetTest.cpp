@@ -69,6 +69,28 @@ TEST(ComputeSetTest, OutputSetsAreAddedAndReplaced)
     EXPECT_TRUE(set.getOutputSets().empty());
 }
 
+TEST(ComputeSetTest, ACopyHasEverythingForItself)
+{
+    const Indices inputs{3, 1};
+    const Indices outputs{0};
+    int userData = 0;
+    ComputeSet original(inputs.data(), 2, outputs.data(), 1, computeNothing, &userData);
+    original.addOutputSet(4);
+    const ComputeSet constructed(original);
+    ComputeSet assigned(outputs.data(), 1, outputs.data(), 1, nullptr, nullptr);
+    assigned = original;
+    original.addOutputSet(5);
+    for (const ComputeSet* const copy : {&constructed, static_cast<const ComputeSet*>(&assigned)})
+    {
+        EXPECT_EQ(Indices(copy->getInputs(), copy->getInputs() + copy->getInputCount()), inputs);
+        EXPECT_EQ(Indices(copy->getOutputs(), copy->getOutputs() + copy->getOutputCount()), outputs);
+        EXPECT_NE(copy->getInputs(), original.getInputs());
+        EXPECT_EQ(copy->getComputeFunction(), computeNothing);
+        EXPECT_EQ(copy->getUserData(), &userData);
+        EXPECT_EQ(copy->getOutputSets(), (kqx::SizeTArray{4}));
+    }
+}
+
 TEST(ComputeSetTest, WithoutMemoryForTheListsItThrows)
 {
     const Indices indices(100, 1);

@@ -23,7 +23,7 @@ class ComputeGraph;
 /// sets, connecting or disconnecting what feeds a set, and writing an attribute with the raise flag make the next commit
 /// rebuild the graph and run every set. An edit that finds no memory to note what it wrote has that effect, too.
 /// Undo inside this layer is safe, but what it replays is not seen: nodes that it takes away do not run any more, and those
-/// that it brings back are not computed until a layer over the tree is made anew. Threads: the editing thread only.
+/// that it brings back are not computed. Threads: the editing thread only.
 class DB2_API ComputeManager : public ForwardingLayer
 {
 public:

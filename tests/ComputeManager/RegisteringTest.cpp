@@ -2,8 +2,7 @@
 
 #include "Fixture.h"
 
-#include <memory>
-#include <string>
+#include <algorithm>
 
 namespace db2test {
 namespace {
@@ -192,6 +191,20 @@ TEST_F(ComputeManagerRegisteringTest, ALayerOverAVeryDeepTreeTakesInTheDeepestNo
     ComputeManager late(8, &scene.core(), *scene.root());
     late.computeGraph();
     EXPECT_EQ(scene.takeRuns(), (Runs{L"last.sum"}));
+}
+
+TEST_F(ComputeManagerRegisteringTest, ALayerThatGoesLeavesNothingListed)
+{
+    Node* const node = create(kSum, L"n");
+    settle();
+    {
+        ComputeManager inner(8, &scene.core(), *scene.root());
+        db2test::write(inner, attribute(node, L"a"), 5);
+        ASSERT_TRUE(attribute(node, L"a")->hasFlag(ElementFlag::kDirty));
+    }
+    EXPECT_FALSE(attribute(node, L"a")->hasFlag(ElementFlag::kDirty));
+    write(node, L"a", 6);
+    EXPECT_EQ(commit(), (Runs{L"n.sum"}));
 }
 
 // --- Clearing ---
