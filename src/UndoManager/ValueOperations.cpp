@@ -4,43 +4,18 @@
 
 #include <db2/AttributeArray.h>
 
-#include <array>
 #include <cstring>
 #include <limits>
 #include <memory>
 #include <type_traits>
 
 namespace db2 {
-namespace {
-
-/// How values of a type stand side by side in an item's heap. A table, because it is asked for with every write.
-struct SavedLayout
-{
-    std::size_t stride = 0; ///< 0 for a type without values
-    std::size_t alignment = 1;
-    bool isPlain = true;
-};
-
-constexpr auto kLayouts = [] {
-    std::array<SavedLayout, kAttributeTypeCount> layouts;
-    for (std::uint32_t type = 0; type < kAttributeTypeCount; ++type)
-    {
-        visitType(static_cast<AttributeTypeId>(type), [&layout = layouts[type]](auto tag) {
-            using T = TypeOf<decltype(tag)>;
-            if constexpr (!std::is_void_v<T>)
-                layout = {sizeof(T), alignof(T), kIsPlainData<T>};
-        });
-    }
-    return layouts;
-}();
-
-} // namespace
 
 // --- SavedValues ---
 
 SavedValues::~SavedValues()
 {
-    if (values_ == nullptr || kLayouts[typeId_].isPlain)
+    if (values_ == nullptr || factsOf(typeId_).isPlainData)
         return;
     visitType(typeId_, [this](auto type) {
         using T = TypeOf<decltype(type)>;
@@ -54,21 +29,30 @@ SavedValues::~SavedValues()
 
 bool SavedValues::reserve(UndoItem& item, std::size_t count)
 {
-    const SavedLayout& layout = kLayouts[typeId_];
-    if (layout.stride == 0 || count == 0)
+    const TypeFacts& facts = factsOf(typeId_);
+    if (facts.stride == 0 || count == 0)
         return true;
-    if (count > std::numeric_limits<std::size_t>::max() / layout.stride)
+    if (count > std::numeric_limits<std::size_t>::max() / facts.stride)
         return false;
-    values_ = static_cast<std::byte*>(item.allocate(count * layout.stride, layout.alignment));
+    values_ = static_cast<std::byte*>(item.allocate(count * facts.stride, facts.storageAlignment));
     return values_ != nullptr;
 }
 
 bool SavedValues::add(const ConstValueHandle& value)
 {
-    if (values_ != nullptr && ValueHandle::constructAt(at(count_), value).isNull())
+    if (values_ == nullptr)
+    {
+        ++count_;
+        return true;
+    }
+    // What an attribute shows may be of another type: that of the attribute which it references.
+    const bool isOfType = value.getTypeId() == typeId_;
+    const ValueHandle saved =
+        isOfType ? ValueHandle::constructAt(at(count_), value) : ValueHandle::constructAt(at(count_), typeId_);
+    if (saved.isNull())
         return false;
     ++count_;
-    return true;
+    return isOfType || saved.assign(value);
 }
 
 bool SavedValues::restore(unsigned int index, Attribute* attribute, DataInterface& target) const
@@ -82,7 +66,7 @@ bool SavedValues::restore(unsigned int index, Attribute* attribute, DataInterfac
 
 void* SavedValues::at(unsigned int index) const
 {
-    return values_ + index * kLayouts[typeId_].stride;
+    return values_ + std::size_t{index} * factsOf(typeId_).stride;
 }
 
 // --- WriteOperation ---
@@ -108,7 +92,7 @@ bool WriteArrayOperation::save(UndoItem& item)
 {
     if (bytes() == 0)
         return true;
-    oldValues_ = item.allocate(bytes(), ValueInfo::getStorageAlignment(array_->getTypeId()));
+    oldValues_ = item.allocate(bytes(), factsOf(array_->getTypeId()).storageAlignment);
     if (oldValues_ == nullptr)
         return false;
     // No item of an array that could be locked takes its value from elsewhere, so the first one's value is the block.
@@ -129,7 +113,7 @@ bool WriteArrayOperation::undo(DataInterface& target, CoreManager&)
 
 std::size_t WriteArrayOperation::bytes() const
 {
-    return std::size_t{size_} * ValueInfo::getStride(array_->getTypeId());
+    return std::size_t{size_} * factsOf(array_->getTypeId()).stride;
 }
 
 // --- ResizeOperation ---

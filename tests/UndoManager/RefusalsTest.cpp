@@ -96,6 +96,21 @@ TEST_F(UndoManagerRefusalsTest, EditsWhileAnAttributeIsLockedAreRefusedAndNotRec
     EXPECT_EQ(operationsOfCommit(), 0u);
 }
 
+TEST_F(UndoManagerRefusalsTest, AShrinkAndALockOfWhatShowsALargerTypeAreRefusedAndNotRecorded)
+{
+    AttributeArray* const floats = floatsOf(arm);
+    ASSERT_EQ(core.db_resizeAttributeArray(floats, 1), Status::kSuccess);
+    Attribute* const item = floats->getAttribute(0);
+    ASSERT_EQ(core.db_createReference(hand->findAttributeByName(L"Matrix"), item, false), Status::kSuccess);
+    ASSERT_EQ(core.db_createReference(hand->findAttributeByName(L"String"), floatOf(arm), false), Status::kSuccess);
+    ValueHandle value;
+    EXPECT_EQ(undo.db_lockAttribute(item, &value), Status::kLockReferencer);
+    EXPECT_EQ(undo.db_lockAttribute(floatOf(arm), &value), Status::kLockReferencer);
+    EXPECT_EQ(undo.db_resizeAttributeArray(floats, 0), Status::kResizeDropsReferences);
+    expectStacks(1, 1);
+    EXPECT_EQ(undo.getRevision(), 1);
+}
+
 TEST_F(UndoManagerRefusalsTest, ACommitAndAClearAreRefusedWhileAnAttributeIsLockedAndChangeNothing)
 {
     rename(arm, L"leg");
