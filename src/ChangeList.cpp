@@ -1,6 +1,7 @@
 #include <db2/ChangeList.h>
 
 #include <algorithm>
+#include <unordered_map>
 
 namespace db2 {
 namespace {
@@ -18,6 +19,20 @@ constexpr void* kHole = &holeMark;
 
 } // namespace
 
+/// Where the first of the entries equal to a pointer stands.
+struct ChangeListBase::Index
+{
+    std::unordered_map<void*, std::size_t> positions;
+    std::size_t end = 0;     ///< the entries before it are indexed
+    bool hasRepeats = false; ///< among them
+};
+
+ChangeListBase::ChangeListBase() = default;
+
+ChangeListBase::ChangeListBase(const ChangeListBase& other) : entries_(other.closed()) {}
+
+ChangeListBase::~ChangeListBase() = default;
+
 ChangeListBase& ChangeListBase::operator=(const ChangeListBase& other)
 {
     if (this != &other)
@@ -28,47 +43,36 @@ ChangeListBase& ChangeListBase::operator=(const ChangeListBase& other)
     return *this;
 }
 
-void ChangeListBase::clear()
+void ChangeListBase::clearAll()
 {
     entries_.clear();
     holes_ = 0;
     scanned_ = 0;
-    forgetPositions();
-}
-
-/// Frees them, too: clearing an index costs what it once held, and the lists live on from unit to unit.
-void ChangeListBase::forgetPositions() const
-{
-    if (!positions_.empty())
-        positions_ = Positions();
-    positionsEnd_ = 0;
-    hasRepeats_ = false;
+    index_.reset();
 }
 
 void ChangeListBase::reverse()
 {
     closeHoles();
-    forgetPositions();
+    index_.reset();
     std::reverse(entries_.begin(), entries_.end());
 }
 
 void ChangeListBase::replacePointer(std::size_t index, void* pointer)
 {
     closeHoles();
-    forgetPositions();
+    index_.reset();
     entries_[index] = pointer;
 }
 
-/// Also forgets the positions, which are others then.
-void ChangeListBase::closeHoles() const
+/// Also drops the index, whose positions are others then.
+void ChangeListBase::dropHoles() const
 {
-    if (holes_ == 0)
-        return;
     const auto end = std::remove(entries_.begin(), entries_.end(), kHole);
     entries_.resize(static_cast<std::size_t>(end - entries_.begin()));
     holes_ = 0;
     scanned_ = 0;
-    forgetPositions();
+    index_.reset();
 }
 
 void ChangeListBase::removePointer(void* pointer)
@@ -83,17 +87,17 @@ void ChangeListBase::removePointer(void* pointer)
         entries_.pop_back();
         --holes_;
     }
-    positionsEnd_ = std::min(positionsEnd_, entries_.size());
+    if (index_ != nullptr)
+        index_->end = std::min(index_->end, entries_.size());
 }
 
 /// Finds the entry to take out.
 std::size_t ChangeListBase::takePosition(void* pointer)
 {
-    const bool hasIndex = positionsEnd_ != 0;
-    const bool isScanned = !hasIndex && scanned_ / kScansBeforeIndex < entries_.size();
+    const bool isScanned = index_ == nullptr && scanned_ / kScansBeforeIndex < entries_.size();
     if (entries_.size() > kScanUpTo && !isScanned)
         return takeFromIndex(pointer);
-    forgetPositions();
+    index_.reset();
     const std::size_t found = std::min(findFrom(0, pointer), entries_.size() - 1);
     scanned_ += found + 1;
     return found;
@@ -102,21 +106,24 @@ std::size_t ChangeListBase::takePosition(void* pointer)
 /// Makes the index true for all entries, and then for the list without the one that is found.
 std::size_t ChangeListBase::takeFromIndex(void* pointer)
 {
-    for (; positionsEnd_ < entries_.size(); ++positionsEnd_)
-        if (entries_[positionsEnd_] != kHole)
-            hasRepeats_ = !positions_.emplace(entries_[positionsEnd_], positionsEnd_).second || hasRepeats_;
+    if (index_ == nullptr)
+        index_ = std::make_unique<Index>();
+    auto& positions = index_->positions;
+    for (std::size_t& i = index_->end; i < entries_.size(); ++i)
+        if (entries_[i] != kHole)
+            index_->hasRepeats = !positions.emplace(entries_[i], i).second || index_->hasRepeats;
 
     const std::size_t last = entries_.size() - 1; // never a hole
-    auto at = positions_.find(pointer);
-    const bool isAbsent = at == positions_.end();
+    auto at = positions.find(pointer);
+    const bool isAbsent = at == positions.end();
     const std::size_t position = isAbsent ? last : at->second;
     if (isAbsent)
-        at = positions_.find(entries_[last]);
-    const std::size_t repeat = hasRepeats_ ? findFrom(position + 1, entries_[position]) : entries_.size();
+        at = positions.find(entries_[last]);
+    const std::size_t repeat = index_->hasRepeats ? findFrom(position + 1, entries_[position]) : entries_.size();
     if (at->second == position && repeat < entries_.size())
         at->second = repeat;
     else if (at->second == position)
-        positions_.erase(at);
+        positions.erase(at);
     return position;
 }
 

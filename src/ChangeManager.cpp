@@ -5,6 +5,8 @@
 
 #include "OutOfMemory.h"
 
+#include <utility>
+
 namespace db2 {
 namespace {
 
@@ -359,6 +361,7 @@ Status ChangeManager::preReportChanges(bool transient)
     try
     {
         dropDestroyedBelow();
+        isSnapshotFilled_ = true;
         snapshot_->assign(*changes_);
         BreadthFirstSortFunctor byDepth;
         snapshot_->stableSortCreatedNodes(byDepth);
@@ -416,7 +419,8 @@ void ChangeManager::clear()
     clearBits(changes, &Set::DestroyedReferenceCount, &Set::DestroyedReference, ElementFlag::kReferenceBroken);
     clearBits(changes, &Set::ChangedAttributeCount, &Set::ChangedAttribute, ElementFlag::kChanged);
     changes_->clear();
-    snapshot_->clear(); // it may list what the commit behind this is about to free
+    if (std::exchange(isSnapshotFilled_, false))
+        snapshot_->clear(); // it may list what the commit behind this is about to free
 }
 
 // --- Units of work ---

@@ -30,6 +30,8 @@ void assignList(ChangeList<T>& list, const ChangeSet& other, unsigned int (Chang
 /// Sorts by depth, asking for each depth once.
 void stableSortByDepth(ChangeList<Node>& list)
 {
+    if (list.count() < 2)
+        return;
     NodeDepths depths;
     std::vector<std::pair<unsigned int, Node*>> sorted;
     sorted.reserve(list.count());

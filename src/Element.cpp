@@ -46,13 +46,6 @@ void Element::setLegacyElementHandled()
 
 // --- Place ---
 
-bool Element::isDestroyed() const
-{
-    if (const AttributeArray* const array = getParentArray())
-        return array->isDestroyed();
-    return (isDynamic() && hasFlag(ElementFlag::kDestroyed)) || getNode()->isDestroyed();
-}
-
 unsigned int Element::getIndex() const
 {
     if (isAttributeArrayElement())

@@ -5,7 +5,7 @@
 #include <kqtl/pod_vector.h>
 
 #include <cstddef>
-#include <unordered_map>
+#include <memory>
 
 namespace db2 {
 
@@ -17,15 +17,19 @@ class DB2_API ChangeListBase
 public:
     [[nodiscard]] std::size_t count() const { return entries_.size() - holes_; }
     [[nodiscard]] bool empty() const { return count() == 0; }
-    void clear();
+    void clear()
+    {
+        if (!entries_.empty() || scanned_ != 0) // most lists are empty at most reports
+            clearAll();
+    }
     void reserve(std::size_t entries) { entries_.reserve(entries); }
     void reverse();
 
 protected:
-    ChangeListBase() = default;
-    ChangeListBase(const ChangeListBase& other) : entries_(other.closed()) {}
+    ChangeListBase();
+    ChangeListBase(const ChangeListBase& other);
     ChangeListBase& operator=(const ChangeListBase& other);
-    ~ChangeListBase() = default;
+    ~ChangeListBase();
 
     void addPointer(void* pointer) { entries_.push_back(pointer); }
     /// Takes out the first entry equal to @p pointer; the last entry when there is none.
@@ -34,7 +38,7 @@ protected:
     void replacePointer(std::size_t index, void* pointer);
 
 private:
-    using Positions = std::unordered_map<void*, std::size_t>;
+    struct Index;
 
     /// The entries without holes.
     const kqtl::pod_vector<void*>& closed() const
@@ -42,18 +46,21 @@ private:
         closeHoles();
         return entries_;
     }
-    void closeHoles() const;
-    void forgetPositions() const;
+    void clearAll();
+    void closeHoles() const
+    {
+        if (holes_ != 0)
+            dropHoles();
+    }
+    void dropHoles() const;
     [[nodiscard]] std::size_t takePosition(void* pointer);
     [[nodiscard]] std::size_t takeFromIndex(void* pointer);
     [[nodiscard]] std::size_t findFrom(std::size_t position, const void* pointer) const;
 
     mutable kqtl::pod_vector<void*> entries_; ///< some are holes; the last one never is
     mutable std::size_t holes_ = 0;
-    mutable Positions positions_; ///< of the first entries equal to a pointer, up to positionsEnd_
-    mutable std::size_t positionsEnd_ = 0;
-    mutable bool hasRepeats_ = false; ///< among the entries up to positionsEnd_
-    mutable std::size_t scanned_ = 0; ///< entries looked at since the holes were closed last
+    mutable std::size_t scanned_ = 0;      ///< entries looked at since the holes were closed last
+    mutable std::unique_ptr<Index> index_; ///< made when scans cost more; null when the list has none
 };
 
 /// The typed list.

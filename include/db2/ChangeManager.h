@@ -111,6 +111,7 @@ private:
     ChangeSet* changes_;  ///< the host's; holds an object exactly when the object has the list's bit
     ReferentIterator referents_{5};
     bool inObservers_ = false;
+    bool isSnapshotFilled_ = false; ///< since the last report
     void* wrapperDatabase_;
     kqx::String oldName_; ///< of the node that is being renamed
     Statistics reports_;

@@ -65,7 +65,7 @@ public:
     [[nodiscard]] inline AttributeArray* getParentArray() const;
 
     /// True for a destroyed dynamic element, an item of one, and any element of a destroyed node.
-    [[nodiscard]] bool isDestroyed() const;
+    [[nodiscard]] inline bool isDestroyed() const;
 
     /// The position among the array's items, the node's elements or its legacy elements; 0 when it is not among them.
     /// Cost: constant for an item, logarithmic for a template element, else a scan.
@@ -94,6 +94,7 @@ private:
         ElementFlag::kArrayItem | ElementFlag::kDynamic | ElementFlag::kLegacy | ElementFlag::kUnknown;
 
     [[nodiscard]] inline void* getOwner() const;
+    [[nodiscard]] inline const Element* getOutermost() const; ///< the array of an item, else itself
 
     std::uint32_t flags_;
     std::uint32_t ownerDistance_;

@@ -146,12 +146,21 @@ inline Element* Node::getElement(unsigned int index) const
     return reinterpret_cast<Element*>(block + template_->getElementOffset(index));
 }
 
+inline const Element* Element::getOutermost() const
+{
+    return isAttributeArrayElement() ? static_cast<const AttributeArray*>(getOwner()) : this;
+}
+
 inline Node* Element::getNode() const
 {
-    const Element* outermost = this;
-    if (isAttributeArrayElement())
-        outermost = static_cast<const Element*>(static_cast<const AttributeArray*>(getOwner()));
-    return static_cast<Node*>(outermost->getOwner());
+    return static_cast<Node*>(getOutermost()->getOwner());
+}
+
+inline bool Element::isDestroyed() const
+{
+    const Element* const outermost = getOutermost();
+    const bool wasTakenOut = outermost->isDynamic() && outermost->hasFlag(ElementFlag::kDestroyed);
+    return wasTakenOut || static_cast<const Node*>(outermost->getOwner())->isDestroyed();
 }
 
 } // namespace db2

@@ -58,6 +58,8 @@ private:
         for (Observer* const observer : removals_)
             erase(observer);
         removals_.clear();
+        if (additions_.empty())
+            return;
         observers_.insert(observers_.end(), additions_.begin(), additions_.end());
         additions_.clear();
     }

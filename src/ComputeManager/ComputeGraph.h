@@ -46,6 +46,9 @@ public:
     /// Replaces @p priorities by those of the node's sets, as of the last rebuild; empty for a node without sets.
     void getPriorities(const Node& node, kqx::SizeTArray& priorities) const;
 
+    /// Whether there is anything to run, as of the last rebuild.
+    [[nodiscard]] bool hasComputers() const { return countComputers() != 0; }
+
     // --- Running: first an order, with each computer at most once, then the run. Needs no memory ---
 
     /// Orders all computers.

@@ -30,6 +30,8 @@ std::size_t UndoItem::memoryInUse() const
 
 const wchar_t* UndoItem::copyText(const wchar_t* text)
 {
+    if (text == nullptr || *text == L'\0')
+        return L"";
     const std::size_t bytes = (std::wcslen(text) + 1) * sizeof(wchar_t);
     void* const copy = heap_.alloc(bytes, alignof(wchar_t));
     return copy != nullptr ? static_cast<const wchar_t*>(std::memcpy(copy, text, bytes)) : nullptr;

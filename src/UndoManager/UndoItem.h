@@ -3,7 +3,6 @@
 #include "UndoableOperation.h"
 
 #include <KQutils/FastHeap.h>
-#include <kqx/String.h>
 
 #include <cstddef>
 #include <memory>
@@ -29,8 +28,8 @@ public:
     /// Bytes of the operations and plain values, lenders' included.
     [[nodiscard]] std::size_t memoryInUse() const;
 
-    kqx::String description;
-    OperationList operations; ///< released with the item
+    const wchar_t* description = L""; ///< in the heap
+    OperationList operations;         ///< released with the item
 
     // --- The heap ---
 
@@ -45,7 +44,8 @@ public:
     /// Plain memory that lives as long as the item. @return null when memory is out.
     [[nodiscard]] void* allocate(std::size_t bytes, std::size_t alignment) { return heap_.alloc(bytes, alignment); }
 
-    /// Copies a text into the heap. @return null when memory is out. @param text  not null.
+    /// Copies a text into the heap. @param text  null counts as empty, which takes no memory.
+    /// @return null when memory is out.
     [[nodiscard]] const wchar_t* copyText(const wchar_t* text);
 
     [[nodiscard]] KQutils::FastHeap::Mark mark() const { return heap_.mark(); }
@@ -62,8 +62,8 @@ public:
     static void operator delete(void* item) noexcept;
 
 private:
-    /// Many units of work are a single edit: a write of a Float takes no other memory.
-    alignas(16) std::byte firstBlock_[64];
+    /// Many units of work are a single edit: a write of a Float and a short description take no other memory.
+    alignas(16) std::byte firstBlock_[80];
     KQutils::FastHeap heap_;
     std::unique_ptr<UndoItem> lender_; ///< one leads to the next
 };

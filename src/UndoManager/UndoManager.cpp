@@ -369,12 +369,12 @@ Status UndoManager::db_commit(const wchar_t* description, const wchar_t* file, u
 bool UndoManager::closeItem(const wchar_t* description)
 {
     std::unique_ptr<UndoItem> next = makeItem();
-    const bool prepared = next != nullptr && succeeds([&] {
-                              current_->description = description;
-                              undoStack_.emplace_back(); // last: it is the place that the item takes
-                          });
+    const wchar_t* const text = current_->copyText(description);
+    const bool prepared = next != nullptr && text != nullptr &&
+                          succeeds([&] { undoStack_.emplace_back(); }); // last: it is the place that the item takes
     if (!prepared)
         return false;
+    current_->description = text;
     clearFlags(*current_);
     takeOverRefused(*current_);
     undoStack_.back() = std::exchange(current_, std::move(next));
@@ -436,7 +436,9 @@ Status UndoManager::replayTop(ItemStack& from, ItemStack& to, int revisionStep)
     if (from.empty() || !current_->isEmpty() || !canReplay())
         return Status::kFailure;
     std::unique_ptr<UndoItem> next = makeItem();
-    const bool prepared = next != nullptr && succeeds([&] { to.emplace_back(); }); // the recorded item's place
+    const wchar_t* const description = current_->copyText(from.back()->description);
+    const bool prepared =
+        next != nullptr && description != nullptr && succeeds([&] { to.emplace_back(); }); // the recorded item's place
     if (!prepared)
         return Status::kFailure;
 
@@ -449,7 +451,7 @@ Status UndoManager::replayTop(ItemStack& from, ItemStack& to, int revisionStep)
         lends = true;
     });
     clearFlags(*current_);
-    current_->description.swap(replayed->description);
+    current_->description = description;
     if (lends)
         current_->keepAlive(std::move(replayed));
     to.back() = std::exchange(current_, std::move(next));

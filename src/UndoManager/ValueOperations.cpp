@@ -45,6 +45,12 @@ bool SavedValues::add(const ConstValueHandle& value)
         ++count_;
         return true;
     }
+    if (value.getTypeId() == typeId_ && factsOf(typeId_).isPlainData && !value.isNull())
+    {
+        std::memcpy(at(count_), value.getData(), factsOf(typeId_).size);
+        ++count_;
+        return true;
+    }
     // What an attribute shows may be of another type: that of the attribute which it references.
     const bool isOfType = value.getTypeId() == typeId_;
     const ValueHandle saved =
