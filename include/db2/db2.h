@@ -25,10 +25,13 @@
 #include <db2/EnumAttributeMetaData.h>
 #include <db2/EnumAttributeMetaDataDef.h>
 #include <db2/Export.h>
+#include <db2/FileOpenMode.h>
 #include <db2/Flags.h>
 #include <db2/ForwardingLayer.h>
+#include <db2/InputStream.h>
 #include <db2/Library.h>
 #include <db2/LibraryAllocated.h>
+#include <db2/MemoryBlock.h>
 #include <db2/MemoryFormat.h>
 #include <db2/Migrator.h>
 #include <db2/Module.h>
@@ -40,10 +43,12 @@
 #include <db2/NumberLimits.h>
 #include <db2/ObserverList.h>
 #include <db2/Operation.h>
+#include <db2/OutputStream.h>
 #include <db2/Paths.h>
 #include <db2/SetterAttributeMetaData.h>
 #include <db2/SetterAttributeMetaDataDef.h>
 #include <db2/Status.h>
+#include <db2/TreeUtilities.h>
 #include <db2/UIntHashMap.h>
 #include <db2/UndoManager.h>
 #include <db2/UndoObserver.h>

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <kqx/String.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+
+/// What the library asks of the operating system about files, one source for each system. Paths are wide; where the
+/// system takes bytes they are passed as UTF-8, whatever the locale.
+namespace db2 {
+
+/// The bytes of a file, read-only, all at once, for as long as one lives.
+class FileContent
+{
+public:
+    /// Logs the first step that fails, with the path and the system's text. @return null when one failed.
+    [[nodiscard]] static std::shared_ptr<const FileContent> open(const wchar_t* path);
+
+    FileContent(const FileContent&) = delete;
+    FileContent& operator=(const FileContent&) = delete;
+    ~FileContent();
+
+    [[nodiscard]] const char* data() const { return data_; }
+    [[nodiscard]] std::uint32_t size() const { return size_; }
+
+private:
+    FileContent() = default;
+
+    const char* data_ = nullptr;
+    std::uint32_t size_ = 0;
+#if defined(_WIN32)
+    void* file_ = nullptr; ///< handles
+    void* mapping_ = nullptr;
+#endif
+};
+
+enum class Creation
+{
+    kTruncate, ///< empties a file that is there
+    kNew       ///< fails when one is there
+};
+
+/// Opens a file for writing. @return null, with the system's last error set, on failure; close it by std::fclose.
+[[nodiscard]] std::FILE* openForWriting(const wchar_t* path, bool asText, Creation creation);
+
+/// True when the last failure of openForWriting() was that a file is there already.
+[[nodiscard]] bool lastErrorIsFileExists();
+
+/// Makes the system write the file's content to the disk. @return false, with the last error set, on failure.
+[[nodiscard]] bool flushToDisk(std::FILE* file);
+
+/// Gives an open file the permissions of the one at @p path, as far as the system has such and lets us.
+void copyPermissions(const wchar_t* path, std::FILE* to);
+
+/// Gives a file the name of another, which it replaces in one step, and makes the system note it on the disk.
+/// @return false, with the last error set, on failure: both are as they were.
+[[nodiscard]] bool replaceFile(const wchar_t* replacement, const wchar_t* replaced);
+
+/// Removes a file; a failure leaves it.
+void removeFile(const wchar_t* path);
+
+/// Where a path that may be a symbolic link leads; the path itself when it is none. Throws std::bad_alloc.
+[[nodiscard]] kqx::String followLinks(const wchar_t* path);
+
+} // namespace db2

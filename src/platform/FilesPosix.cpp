@@ -1,0 +1,234 @@
+#include "Files.h"
+
+#include "../OutOfMemory.h"
+
+#include <db2/Library.h>
+
+#include <kqx/UTF8.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cwchar>
+#include <limits>
+#include <string>
+
+namespace db2 {
+namespace {
+
+/// A path as the system takes it. Throws std::bad_alloc.
+std::string systemPath(const wchar_t* path)
+{
+    if (path == nullptr)
+        return {};
+    const std::size_t characters = std::wcslen(path);
+    std::string bytes(kqx::UTF8Length(path, characters), '\0');
+    kqx::UTF8FromUCS2(path, characters, bytes.data());
+    return bytes;
+}
+
+/// The same for functions that report through the last error. @return false, with it set, when memory is out.
+bool makeSystemPath(const wchar_t* path, std::string& out)
+{
+    if (succeeds([&] { out = systemPath(path); }))
+        return true;
+    errno = ENOMEM;
+    return false;
+}
+
+/// Closes a descriptor at the end of its scope, keeping the error that is to be reported.
+class Descriptor
+{
+public:
+    explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor()
+    {
+        const int error = errno;
+        if (isOpen())
+            ::close(descriptor_);
+        errno = error;
+    }
+    [[nodiscard]] bool isOpen() const { return descriptor_ >= 0; }
+    [[nodiscard]] int get() const { return descriptor_; }
+
+private:
+    int descriptor_;
+};
+
+/// Without waiting for a writer when the path names a pipe. @return a closed one, with the last error set, on failure.
+int openForReading(const wchar_t* path)
+{
+    std::string bytes;
+    if (!makeSystemPath(path, bytes))
+        return -1;
+    int descriptor = -1;
+    do
+        descriptor = ::open(bytes.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    while (descriptor < 0 && errno == EINTR);
+    return descriptor;
+}
+
+/// Reads up to @p size bytes. @return how many there were; -1, with the last error set, on failure.
+std::int64_t readAll(int descriptor, char* buffer, std::uint32_t size)
+{
+    std::uint32_t count = 0;
+    while (count < size)
+    {
+        const ssize_t got = ::read(descriptor, buffer + count, size - count);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            return -1;
+        if (got == 0) // cut short since it was measured
+            break;
+        count += static_cast<std::uint32_t>(got);
+    }
+    return count;
+}
+
+/// Makes a file's new name last: a rename is noted in its folder.
+void flushFolderOf(const std::string& path)
+{
+    const std::size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    const Descriptor opened(::open(folder.c_str(), O_RDONLY | O_CLOEXEC | O_DIRECTORY));
+    if (opened.isOpen())
+        ::fsync(opened.get()); // not every file system can; the rename stands all the same
+}
+
+} // namespace
+
+// --- Reading ---
+
+std::shared_ptr<const FileContent> FileContent::open(const wchar_t* path)
+{
+    const Descriptor file(openForReading(path));
+    struct stat status = {};
+    const bool isMeasured = file.isOpen() && ::fstat(file.get(), &status) == 0;
+    if (isMeasured && S_ISDIR(status.st_mode))
+        errno = EISDIR;
+    if (!file.isOpen() || (isMeasured && S_ISDIR(status.st_mode)))
+    {
+        logLastWindowsError(L"Reading file '%s', CreateFile() in FileInputStream", path);
+        return nullptr;
+    }
+    const bool isTooLarge = isMeasured && status.st_size >= std::numeric_limits<std::uint32_t>::max();
+    if (isTooLarge)
+        errno = EFBIG;
+    if (!isMeasured || isTooLarge)
+    {
+        logLastWindowsError(L"Reading file '%s', GetFileSize() in FileInputStream", path);
+        return nullptr;
+    }
+    if (status.st_size == 0)
+    {
+        errno = EINVAL;
+        logLastWindowsError(L"Reading file '%s', CreateFileMapping() in FileInputStream", path);
+        return nullptr;
+    }
+
+    std::shared_ptr<FileContent> content;
+    const bool made = succeeds([&] { content.reset(new FileContent); });
+    const auto size = static_cast<std::uint32_t>(status.st_size);
+    // Read, not mapped: whoever cuts a mapped file short ends the reading process.
+    char* const bytes = made ? static_cast<char*>(std::malloc(size)) : nullptr;
+    if (bytes != nullptr)
+        content->data_ = bytes;
+    else
+        errno = ENOMEM;
+    const std::int64_t count = bytes != nullptr ? readAll(file.get(), bytes, size) : -1;
+    if (count == 0)
+        errno = EINVAL;
+    if (count <= 0)
+    {
+        logLastWindowsError(L"Reading file '%s', MapViewOfFile() in FileInputStream", path);
+        return nullptr;
+    }
+    content->size_ = static_cast<std::uint32_t>(count);
+    return content;
+}
+
+FileContent::~FileContent()
+{
+    std::free(const_cast<char*>(data_));
+}
+
+// --- Writing ---
+
+std::FILE* openForWriting(const wchar_t* path, bool, Creation creation)
+{
+    std::string bytes;
+    if (!makeSystemPath(path, bytes))
+        return nullptr;
+    const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | (creation == Creation::kNew ? O_EXCL : O_TRUNC);
+    const int descriptor = ::open(bytes.c_str(), flags, 0666);
+    if (descriptor < 0)
+        return nullptr;
+    std::FILE* const file = ::fdopen(descriptor, "wb");
+    if (file == nullptr)
+    {
+        const Descriptor closed(descriptor);
+        if (creation == Creation::kNew)
+            ::unlink(bytes.c_str());
+    }
+    return file;
+}
+
+bool lastErrorIsFileExists()
+{
+    return errno == EEXIST;
+}
+
+bool flushToDisk(std::FILE* file)
+{
+    return std::fflush(file) == 0 && ::fsync(::fileno(file)) == 0;
+}
+
+void copyPermissions(const wchar_t* path, std::FILE* to)
+{
+    std::string bytes;
+    struct stat status = {};
+    if (makeSystemPath(path, bytes) && ::stat(bytes.c_str(), &status) == 0)
+        static_cast<void>(::fchmod(::fileno(to), status.st_mode & 07777));
+}
+
+bool replaceFile(const wchar_t* replacement, const wchar_t* replaced)
+{
+    std::string from;
+    std::string to;
+    if (!makeSystemPath(replacement, from) || !makeSystemPath(replaced, to) ||
+        std::rename(from.c_str(), to.c_str()) != 0)
+        return false;
+    flushFolderOf(to);
+    return true;
+}
+
+void removeFile(const wchar_t* path)
+{
+    std::string bytes;
+    if (makeSystemPath(path, bytes))
+        ::unlink(bytes.c_str());
+}
+
+kqx::String followLinks(const wchar_t* path)
+{
+    struct Free
+    {
+        void operator()(char* block) const { std::free(block); }
+    };
+    const std::unique_ptr<char, Free> target(::realpath(systemPath(path).c_str(), nullptr));
+    if (target == nullptr) // also when there is no file yet
+        return path;
+    const std::size_t bytes = std::char_traits<char>::length(target.get());
+    std::wstring wide(kqx::UCS2LengthFromUTF8(target.get(), bytes), L'\0');
+    kqx::UCS2FromUTF8(target.get(), bytes, wide.data());
+    const bool isUtf8 = systemPath(wide.c_str()) == target.get(); // else wide text cannot say where it leads
+    return isUtf8 ? kqx::String(wide.data(), wide.size()) : kqx::String(path);
+}
+
+} // namespace db2
