@@ -97,6 +97,13 @@ Migrator* Module::getMigratorForVersion(unsigned int version) const
     return slot != nullptr ? slot->migrator : nullptr;
 }
 
+void Module::getMigrators(unsigned int first, unsigned int last, kqtl::pod_vector<Migrator*>& migrators) const
+{
+    const auto* slot = std::lower_bound(migrators_.begin(), migrators_.end(), first, isBefore);
+    for (; slot != migrators_.end() && slot->version <= last; ++slot)
+        migrators.push_back(slot->migrator);
+}
+
 void Module::getMigratorVersionsToSave(kqx::UIntArray& versions) const
 {
     if (unknown_)

@@ -57,6 +57,9 @@ public:
     /// Null when the version has none.
     [[nodiscard]] Migrator* getMigratorForVersion(unsigned int version) const;
 
+    /// Appends the migrators for the versions from @p first to @p last, ascending. Throws std::bad_alloc.
+    void getMigrators(unsigned int first, unsigned int last, kqtl::pod_vector<Migrator*>& migrators) const;
+
     /// The migrator versions that a file header lists. Of a placeholder: the list that its file gave. Of a real module:
     /// empty when the chain from 2 to the data version is complete, else the versions that are there, ascending.
     void getMigratorVersionsToSave(kqx::UIntArray& versions) const;

@@ -28,9 +28,12 @@
 #include <db2/FileOpenMode.h>
 #include <db2/Flags.h>
 #include <db2/ForwardingLayer.h>
+#include <db2/HeaderData.h>
 #include <db2/InputStream.h>
 #include <db2/Library.h>
 #include <db2/LibraryAllocated.h>
+#include <db2/LoadStrategy.h>
+#include <db2/LoadStrategyUnknownNodes.h>
 #include <db2/MemoryBlock.h>
 #include <db2/MemoryFormat.h>
 #include <db2/Migrator.h>
@@ -45,6 +48,7 @@
 #include <db2/Operation.h>
 #include <db2/OutputStream.h>
 #include <db2/Paths.h>
+#include <db2/SaveStrategy.h>
 #include <db2/SetterAttributeMetaData.h>
 #include <db2/SetterAttributeMetaDataDef.h>
 #include <db2/Status.h>

@@ -11,7 +11,7 @@
 #include "ElementCopies.h"
 
 namespace db2 {
-namespace {
+// --- Shared with the conversion back ---
 
 void transferElementReferences(Element& to, Element& from, DataInterface& data)
 {
@@ -26,7 +26,6 @@ void transferElementReferences(Element& to, Element& from, DataInterface& data)
         dbu_transferReferences(newItems.getAttribute(i), items.getAttribute(i), &data);
 }
 
-/// @return false when a layer refused to move one.
 bool moveChildren(Node& from, Node& to, DataInterface& data)
 {
     while (Node* const child = from.getFirstChild())
@@ -37,8 +36,6 @@ bool moveChildren(Node& from, Node& to, DataInterface& data)
     }
     return true;
 }
-
-} // namespace
 
 Node* dbu_replaceKnownNodeWithUnknownNode(Node* node, DataInterface* data, CoreManager* core)
 {

@@ -1,0 +1,180 @@
+// The end of a load, when all nodes are there: references, the migrators' last word, legacy data.
+
+#include <db2/LoadStrategy.h>
+
+#include <db2/AttributeArray.h>
+#include <db2/CoreManager.h>
+#include <db2/EnumAttributeMetaDataDef.h>
+#include <db2/Library.h>
+#include <db2/Migrator.h>
+#include <db2/Paths.h>
+#include <db2/TreeUtilities.h>
+
+#include "../OutOfMemory.h"
+
+namespace db2 {
+namespace {
+
+/// The name of the node that a path steps to first. @param rest  receives what follows it.
+/// Throws std::bad_alloc.
+std::wstring firstStep(const kqx::String& path, const wchar_t*& rest)
+{
+    std::wstring name;
+    const wchar_t* at = path.c_str();
+    if (*at == L'|')
+        ++at;
+    while (*at != L'\0' && *at != L'|' && *at != L'.' && *at != L':')
+    {
+        if (*at == L'\\' && at[1] != L'\0')
+            ++at;
+        name += *at++;
+    }
+    rest = at;
+    return name;
+}
+
+bool isLegacyElementOf(const Node& node, const Element* element)
+{
+    for (unsigned int i = 0; i < node.getLegacyElementCount(); ++i)
+        if (node.getLegacyElement(i) == element)
+            return true;
+    return false;
+}
+
+} // namespace
+
+Status LoadStrategy::finish()
+{
+    const Status status = makeReferences();
+    if (status != Status::kSuccess)
+        return status;
+    for (Migrator* const migrator : migrators_)
+        if (!migrator->onLoadSuccess(*loadParent_))
+            return Status::kFailure;
+    disposeOfLegacyElements();
+    disposeOfLegacyNodes();
+    logUnhandled();
+    return Status::kSuccess;
+}
+
+// --- References ---
+
+Status LoadStrategy::makeReferences()
+{
+    for (const DeferredReference& reference : references_)
+    {
+        if (reference.node.get() == nullptr || reference.holder->isDestroyed()) // a migrator saw to it
+            continue;
+        const Status status = makeReference(reference);
+        if (status != Status::kSuccess)
+            return status;
+    }
+    return Status::kSuccess;
+}
+
+Status LoadStrategy::makeReference(const DeferredReference& reference)
+{
+    Attribute* found = nullptr;
+    if (resolve(reference.path, &found) != Status::kSuccess)
+    {
+        logError(L"Failed to resolve attribute path '%s'", reference.path.c_str());
+        return Status::kFailure;
+    }
+    if (found->isLegacy() || reference.holder->isLegacy())
+    {
+        offerLegacyConnection(*found, *reference.holder);
+        return Status::kSuccess;
+    }
+    if (data_.db_createReference(found, reference.holder, reference.singleOutput) == Status::kSuccess)
+        return Status::kSuccess;
+    logError(L"Failed to create reference for path '%s'", reference.path.c_str());
+    return Status::kFailure;
+}
+
+/// Along the names that the file knows: its first step may lead to a node that got another name here.
+Status LoadStrategy::resolve(const kqx::String& path, Attribute** outAttribute)
+{
+    Status status = Status::kFailure;
+    const bool done = succeeds([&] {
+        const wchar_t* rest = path.c_str();
+        Node* root = loadParent_;
+        if (!topNodes_.empty())
+        {
+            const wchar_t* behindFirst = nullptr;
+            const auto renamed = topNodes_.find(firstStep(path, behindFirst));
+            if (renamed != topNodes_.end() && renamed->second.get() != nullptr)
+            {
+                root = renamed->second.get();
+                rest = behindFirst;
+            }
+        }
+        status = dbu_pathToAttribute(root, rest, outAttribute, true, &migrators_);
+    });
+    return done ? status : Status::kFailure;
+}
+
+void LoadStrategy::offerLegacyConnection(Attribute& found, Attribute& holder)
+{
+    for (Migrator* const migrator : migrators_)
+        if (migrator->migrateLegacyConnection(&found, &holder))
+            return;
+    logError(L"Legacy connection between '%s' and '%s' was not handled", found.getName(), holder.getName());
+    ++unhandledConnections_;
+}
+
+// --- Legacy data ---
+
+void LoadStrategy::disposeOfLegacyElements()
+{
+    // Destroyed ones stay readable until a commit, which no migrator should have made; if one did, only those that
+    // still stand on their nodes are.
+    const bool allReadable = uncommitted_.get() != nullptr;
+    for (const LegacyElement& legacy : legacyElements_)
+    {
+        const bool stands = legacy.node.get() != nullptr && isLegacyElementOf(*legacy.node.get(), legacy.element);
+        const bool wasDestroyed = legacy.node.get() != nullptr && !stands;
+        if (wasDestroyed || (!stands && !allReadable))
+            continue;
+        const bool isHandled = legacy.element->isLegacyElementHandled();
+        if (!isHandled)
+        {
+            logError(L"Legacy element '%s' of type '%s' in node type '%s' not migrated", legacy.element->getName(),
+                     ValueInfo::getTypeName(legacy.element->getTypeId()),
+                     legacy.element->getNode()->getTypeName().c_str());
+            ++unhandledElements_;
+        }
+        if (stands && (isHandled || !hasOption(kKeepUnhandledLegacyData)))
+            core_.destroyLegacyElement(legacy.element);
+    }
+}
+
+/// Children before parents: the last ones made first.
+void LoadStrategy::disposeOfLegacyNodes()
+{
+    for (std::size_t i = legacyNodes_.size(); i-- > 0;)
+    {
+        Node* const node = legacyNodes_[i].get();
+        if (node == nullptr) // destroyed by a migrator
+            continue;
+        const bool isHandled = node->isLegacyNodeHandled();
+        if (!isHandled)
+        {
+            logError(L"Legacy node of type '%s' not migrated.", node->getTypeName().c_str());
+            ++unhandledNodes_;
+        }
+        if (isHandled || !hasOption(kKeepUnhandledLegacyData))
+            dbu_destroyNodeButNotChildren(node, &data_);
+    }
+}
+
+void LoadStrategy::logUnhandled() const
+{
+    if (unhandledNodes_ != 0)
+        logError(L"There were %u unhandled legacy nodes.", unhandledNodes_);
+    if (unhandledElements_ != 0)
+        logError(L"There were %u unhandled legacy elements.", unhandledElements_);
+    if (unhandledConnections_ != 0)
+        logError(L"There were %u unhandled legacy connections.", unhandledConnections_);
+}
+
+} // namespace db2

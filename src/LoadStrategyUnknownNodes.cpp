@@ -1,0 +1,167 @@
+#include <db2/LoadStrategyUnknownNodes.h>
+
+#include <db2/AttributeArray.h>
+#include <db2/CoreManager.h>
+#include <db2/DataInterface.h>
+#include <db2/EnumAttributeMetaData.h>
+#include <db2/EnumAttributeMetaDataDef.h>
+#include <db2/InputStream.h>
+#include <db2/Library.h>
+#include <db2/Module.h>
+#include <db2/NodeRegistry.h>
+#include <db2/TreeUtilities.h>
+
+#include "OutOfMemory.h"
+#include "TreeUtilities/ElementCopies.h"
+
+#include <algorithm>
+
+namespace db2 {
+namespace {
+
+bool isNumber(AttributeTypeId typeId)
+{
+    switch (typeId)
+    {
+    case AttributeType::kInt:
+    case AttributeType::kBool:
+    case AttributeType::kFloat:
+    case AttributeType::kDouble: return true;
+    default: return false;
+    }
+}
+
+/// Whether the value of one element has a meaning in the other.
+bool canTake(const Element& to, const Element& from)
+{
+    const bool sameType =
+        to.getTypeId() == from.getTypeId() || (isNumber(to.getTypeId()) && isNumber(from.getTypeId()));
+    return sameType && to.isAttributeArray() == from.isAttributeArray();
+}
+
+/// The conversion of one unknown node into a known one.
+class Conversion
+{
+public:
+    Conversion(Node& from, Node& to, DataInterface& data, CoreManager& core)
+        : from_(from), to_(to), data_(data), core_(core)
+    {
+    }
+
+    void convertElements()
+    {
+        for (unsigned int i = 0; i < from_.getElementCount(); ++i)
+        {
+            Element& from = *from_.getElement(i);
+            Element* const to =
+                from.isDynamic() ? createElementLike(from, to_, data_, core_) : to_.findElementByName(from.getName());
+            if (to == nullptr || !canTake(*to, from))
+            {
+                logWarning(L"Element '%s' of unknown node '%s' has no place in a node of type '%s' and is left out.",
+                           from.getName(), from_.getName().c_str(), to_.getTypeName().c_str());
+                continue;
+            }
+            convertValue(*to, from);
+            transferElementReferences(*to, from, data_);
+        }
+    }
+
+private:
+    void convertValue(Element& to, const Element& from)
+    {
+        const bool isLearnedEnum = from.isUnknown() && from.getTypeId() == AttributeType::kEnum;
+        if (!isLearnedEnum)
+            copyElementValue(to, from, data_);
+        else if (!from.isAttributeArray())
+            copyFromUnknownEnum(static_cast<Attribute&>(to), static_cast<const Attribute&>(from));
+        else
+            copyFromUnknownEnums(static_cast<AttributeArray&>(to), static_cast<const AttributeArray&>(from));
+    }
+
+    void copyFromUnknownEnums(AttributeArray& to, const AttributeArray& from)
+    {
+        data_.db_resizeAttributeArray(&to, from.getSize());
+        for (unsigned int i = 0; i < std::min(to.getSize(), from.getSize()); ++i)
+            copyFromUnknownEnum(*to.getAttribute(i), *from.getAttribute(i));
+    }
+
+    /// The two count their choices differently, so the value goes over as the choice's text.
+    void copyFromUnknownEnum(Attribute& to, const Attribute& from)
+    {
+        const auto& learned = static_cast<const EnumAttributeMetaData&>(*from.getMetaData());
+        const auto& known = static_cast<const EnumAttributeMetaData&>(*to.getMetaData());
+        const int value = from.getValue().asInt();
+        const bool isChoice = value >= 0 && static_cast<unsigned int>(value) < learned.getNumChoices();
+        const wchar_t* const choice = isChoice ? learned.getChoice(static_cast<unsigned int>(value)) : L"";
+        const int index = known.getChoiceIndex(choice);
+        if (index < 0)
+        {
+            logWarning(L"'%s' is no choice of '%s' in a node of type '%s', which keeps its default.", choice,
+                       to.getName(), to_.getTypeName().c_str());
+            return;
+        }
+        ValueHandle handle;
+        if (data_.db_lockAttribute(&to, &handle) != Status::kSuccess)
+            return;
+        handle.getInt() = index;
+        data_.db_unlockAttribute(&to);
+    }
+
+    Node& from_;
+    Node& to_;
+    DataInterface& data_;
+    CoreManager& core_;
+};
+
+/// @return the node that took the unknown one's place, or null when its type is not there or it cannot be made.
+Node* replaceUnknownNode(Node& unknown, DataInterface& data, CoreManager& core)
+{
+    kqx::String name;
+    const NodeTemplate* const nodeTemplate = core.getRegistry().lookupNodeTemplate(unknown.getTypeName().c_str());
+    if (nodeTemplate == nullptr || !succeeds([&] { name = unknown.getName(); }))
+        return nullptr;
+    Node* known = nullptr;
+    data.db_createNode(nodeTemplate->getTypeId(), name.c_str(), unknown.getParent(), unknown.getNextSibling(), &known);
+    if (known == nullptr)
+        return nullptr;
+    Conversion(unknown, *known, data, core).convertElements();
+    if (!moveChildren(unknown, *known, data))
+        return known;
+    dbu_destroyLeafNode(&unknown, &data);
+    data.db_renameNode(known, name.c_str());
+    return known;
+}
+
+} // namespace
+
+LoadStrategyUnknownNodes::LoadStrategyUnknownNodes(InputStream& stream, const Module& module, DataInterface& data,
+                                                   CoreManager& core, unsigned int options,
+                                                   kqtl::pod_vector<Migrator*>* migratorsRun)
+    : LoadStrategy(stream, data, core, 0, options, migratorsRun), module_(module)
+{
+}
+
+Status LoadStrategyUnknownNodes::doLoad()
+{
+    NodeIterator nodes(getLoadParent());
+    while (nodes.next())
+    {
+        Node& node = *nodes.node();
+        if (!node.isUnknown() || node.isLegacy() || node.getModule()->getId() != module_.getId())
+            continue;
+        if (Node* const known = replaceUnknownNode(node, getDataInterface(), getCoreManager()))
+            nodes.setNode(known); // the walk goes on into the children, which moved there
+    }
+    return Status::kSuccess;
+}
+
+Status dbu_convertUnknownNodesInModuleToKnownNodes(const Module* module, Node* root, DataInterface* data,
+                                                   CoreManager* core, unsigned int options)
+{
+    if (module == nullptr || root == nullptr || data == nullptr || core == nullptr)
+        return Status::kFailure;
+    NullInputStream nothing;
+    return LoadStrategyUnknownNodes(nothing, *module, *data, *core, options, nullptr).load(*root, L"");
+}
+
+} // namespace db2
