@@ -104,6 +104,15 @@ TYPED_TEST(PreOrderTest, AChildlessRootThatIsIncludedYieldsItselfAlone)
     }
 }
 
+TYPED_TEST(PreOrderTest, AWalkKnowsItsRoot)
+{
+    TypeParam iterator(this->arm);
+    EXPECT_EQ(iterator.root(), this->arm);
+    remaining(iterator);
+    EXPECT_EQ(iterator.root(), this->arm);
+    EXPECT_EQ(TypeParam().root(), nullptr);
+}
+
 TYPED_TEST(PreOrderTest, NoNodeIsCurrentBeforeTheFirstStepAndAfterTheEnd)
 {
     TypeParam iterator(this->leg);

@@ -47,6 +47,9 @@ public:
     /// The current node; null before the first step and after the end.
     [[nodiscard]] NodeType* node() const { return current_; }
 
+    /// What begin() was given.
+    [[nodiscard]] NodeType* root() const { return root_; }
+
     /// Makes a node under the root the current one, from which the walk goes on.
     void setNode(NodeType* node)
     {
