@@ -38,7 +38,7 @@ DB2_API void dbu_destroyChildrenRecursively(Node* node, DataInterface* data);
 DB2_API void dbu_destroyNodeButNotChildren(Node* node, DataInterface* data);
 
 /// Walks on from where @p nodes stands and destroys each node for which @p predicate answers true, but not its children.
-/// A node is destroyed when the walk has gone on, so it never stands on a destroyed one.
+/// A node is destroyed when the walk has gone on, so it never stands on a destroyed one; the root of the walk last.
 /// @return kFailure, doing nothing, for a null interface or predicate; else kSuccess.
 DB2_API Status dbu_destroyIf(NodeIterator& nodes, DataInterface* data, bool (*predicate)(Node* node, void* userData),
                              void* userData);

@@ -80,7 +80,7 @@ void copyElements(const Node& source, Node& copy, Editors editors)
         const Element& from = *source.getElement(i);
         const bool isMade = from.isDynamic() || from.isUnknown();
         Element* const to = isMade ? createElementLike(from, copy, editors.data, editors.core) : copy.getElement(i);
-        if (to != nullptr)
+        if (to != nullptr && to->isAttributeArray() == from.isAttributeArray()) // else the type is another one there
             copyElementValue(*to, from, editors.data);
     }
 }

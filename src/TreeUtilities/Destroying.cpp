@@ -88,13 +88,15 @@ Status dbu_destroyIf(NodeIterator& nodes, DataInterface* data, bool (*predicate)
     if (data == nullptr || predicate == nullptr)
         return Status::kFailure;
     Node* match = nullptr;
+    Node* matchingRoot = nullptr; // kept to the end: its children would take the walk along, out of the subtree
     while (nodes.next())
     {
         dbu_destroyNodeButNotChildren(std::exchange(match, nullptr), data);
         if (predicate(nodes.node(), userData))
-            match = nodes.node();
+            (nodes.node() == nodes.root() ? matchingRoot : match) = nodes.node();
     }
     dbu_destroyNodeButNotChildren(match, data);
+    dbu_destroyNodeButNotChildren(matchingRoot, data);
     return Status::kSuccess;
 }
 
