@@ -31,7 +31,9 @@ bool differsFromDefault(const Attribute& attribute)
 {
     const ConstValueHandle value = attribute.getValue();
     const ConstValueHandle defaultValue = attribute.getDefaultValue();
-    return !value.compare(defaultValue) || !hasSameBits(value, defaultValue);
+    // A reference may show a value of another type, which has no bits to compare.
+    return !value.compare(defaultValue) ||
+           (value.getTypeId() == defaultValue.getTypeId() && !hasSameBits(value, defaultValue));
 }
 
 /// The modules of the nodes of the subtrees, by their registration. Throws std::bad_alloc.
@@ -124,7 +126,7 @@ bool SaveStrategy::enter(const Node& root)
 Status SaveStrategy::addChildNodes(Node* node)
 {
     if (node == nullptr)
-        return refuse(L"Saver::addNode() failed. Null node passed in");
+        return refuse(L"Saver::addChildNodes() failed. Null node passed in");
     for (Node* child = node->getFirstChild(); child != nullptr; child = child->getNextSibling())
         addNode(child);
     return Status::kSuccess;
@@ -178,9 +180,11 @@ bool SaveStrategy::shouldSaveValue(const Attribute& attribute) const
 {
     if (hasOption(kSaveEverything) || attribute.isDynamic())
         return true;
-    // One that the loaded file had no value for is asked on: the host may have written one since.
     if (attribute.isUnknown() && !wasLoadedWithoutValue(attribute))
         return true;
+    // The loaded file had no value for this one. What the host has written since is asked on, like any other value.
+    if (attribute.isUnknown() && !differsFromDefault(attribute))
+        return false;
     if (attribute.hasMetaDataFlag(ElementMetaDataFlag::kAlwaysSave))
         return true;
     if (attribute.isComputed() || attribute.hasMetaDataFlag(ElementMetaDataFlag::kDontSave))
@@ -203,7 +207,8 @@ bool SaveStrategy::shouldSaveAllAttributeArrayElements(const AttributeArray& arr
 
 bool SaveStrategy::isRoot(const Node& node) const
 {
-    return node.hasFlag(NodeFlag::kAddedForSave) && rootSet_.count(&node) != 0;
+    // The set alone knows: the flag may be another saver's, and that one's save clears it.
+    return rootSet_.count(&node) != 0;
 }
 
 Status SaveStrategy::convertReferenceToPath(const Attribute& target, kqx::String& path) const
