@@ -31,12 +31,21 @@ bool isNumber(AttributeTypeId typeId)
     }
 }
 
-/// Whether the value of one element has a meaning in the other.
+/// Whether the value of one element has a meaning in the other: numbers convert, and a text that holds one does.
 bool canTake(const Element& to, const Element& from)
 {
-    const bool sameType =
-        to.getTypeId() == from.getTypeId() || (isNumber(to.getTypeId()) && isNumber(from.getTypeId()));
-    return sameType && to.isAttributeArray() == from.isAttributeArray();
+    const bool reads = isNumber(from.getTypeId()) || from.getTypeId() == AttributeType::kString;
+    const bool converts = to.getTypeId() == from.getTypeId() || (isNumber(to.getTypeId()) && reads);
+    return converts && to.isAttributeArray() == from.isAttributeArray();
+}
+
+/// The attribute whose own value another one shows.
+const Attribute& shownBy(const Attribute& attribute)
+{
+    const Attribute* shown = &attribute;
+    while (shown->getReference() != nullptr)
+        shown = shown->getReference();
+    return *shown;
 }
 
 /// The conversion of one unknown node into a known one.
@@ -88,9 +97,14 @@ private:
     /// The two count their choices differently, so the value goes over as the choice's text.
     void copyFromUnknownEnum(Attribute& to, const Attribute& from)
     {
-        const auto& learned = static_cast<const EnumAttributeMetaData&>(*from.getMetaData());
+        const Attribute& shown = shownBy(from);
+        if (shown.getTypeId() != AttributeType::kEnum)
+            return; // a number of something else; the reference that shows it moves over
+        const auto& learned = static_cast<const EnumAttributeMetaData&>(*shown.getMetaData());
+        if (learned.getNumChoices() == 0)
+            return; // no value ever came
         const auto& known = static_cast<const EnumAttributeMetaData&>(*to.getMetaData());
-        const int value = from.getValue().asInt();
+        const int value = shown.getValue().asInt();
         const bool isChoice = value >= 0 && static_cast<unsigned int>(value) < learned.getNumChoices();
         const wchar_t* const choice = isChoice ? learned.getChoice(static_cast<unsigned int>(value)) : L"";
         const int index = known.getChoiceIndex(choice);

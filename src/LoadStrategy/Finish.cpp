@@ -23,11 +23,12 @@ std::wstring firstStep(const kqx::String& path, const wchar_t*& rest)
     const wchar_t* at = path.c_str();
     if (*at == L'|')
         ++at;
-    while (*at != L'\0' && *at != L'|' && *at != L'.' && *at != L':')
+    for (; *at != L'\0' && *at != L'|' && *at != L'.' && *at != L':'; ++at)
     {
         if (*at == L'\\' && at[1] != L'\0')
-            ++at;
-        name += *at++;
+            name += *++at;
+        else if (*at != L'\t' && *at != L'\n' && *at != L' ') // those belong to no name
+            name += *at;
     }
     rest = at;
     return name;

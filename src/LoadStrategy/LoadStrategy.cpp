@@ -71,6 +71,8 @@ const wchar_t* LoadStrategy::migrateNodeTypeName(const wchar_t* typeName)
     if (header_.legacyFormat == 0)
         return migrateThrough(&migrators_, typeName,
                               [](Migrator& m, const wchar_t* text) { return m.migrateNodeTypeName(text); });
+    if (typeName == nullptr)
+        return nullptr;
     static kqx::String legacyName;
     const bool made = succeeds([&] {
         legacyName = typeName;

@@ -143,7 +143,9 @@ Status LoadStrategy::getElementToPopulate(Node* node, const wchar_t* name, Attri
         return Status::kFailure;
     }
     definition->setArray(isArray);
-    const Status status = makeElementToPopulate(*definition, *node, name, typeId, isDynamic, outElement);
+    Status status = Status::kFailure; // when memory runs out
+    static_cast<void>(
+        succeeds([&] { status = makeElementToPopulate(*definition, *node, name, typeId, isDynamic, outElement); }));
     definition->clear();
     if (status == Status::kSuccess)
         (*outElement)->setFlag(ElementFlag::kLoaded);
