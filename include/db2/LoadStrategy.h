@@ -182,6 +182,7 @@ private:
     Status resolve(const kqx::String& path, Attribute** outAttribute);
     void offerLegacyConnection(Attribute& found, Attribute& holder);
     void disposeOfLegacyElements();
+    [[nodiscard]] bool countAndChoose(const LegacyElement& legacy);
     void disposeOfLegacyNodes();
     void logUnhandled() const;
 

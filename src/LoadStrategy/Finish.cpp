@@ -127,26 +127,35 @@ void LoadStrategy::offerLegacyConnection(Attribute& found, Attribute& holder)
 
 void LoadStrategy::disposeOfLegacyElements()
 {
+    for (LegacyElement& legacy : legacyElements_)
+        if (!countAndChoose(legacy))
+            legacy.element = nullptr;
+    // The last ones first: a node finds them without a search.
+    for (std::size_t i = legacyElements_.size(); i-- > 0;)
+        if (legacyElements_[i].element != nullptr)
+            core_.destroyLegacyElement(legacyElements_[i].element);
+}
+
+/// Counts an element that nobody handled. @return whether it is to be destroyed.
+bool LoadStrategy::countAndChoose(const LegacyElement& legacy)
+{
     // Destroyed ones stay readable until a commit, which no migrator should have made; if one did, only those that
     // still stand on their nodes are.
     const bool allReadable = uncommitted_.get() != nullptr;
-    for (const LegacyElement& legacy : legacyElements_)
+    const Node* const node = legacy.node.get(); // null when it was destroyed
+    const bool stands = node != nullptr && (allReadable ? !legacy.element->hasFlag(ElementFlag::kDestroyed)
+                                                        : isLegacyElementOf(*node, legacy.element));
+    const bool wasDestroyed = node != nullptr && !stands;
+    if (wasDestroyed || (!stands && !allReadable))
+        return false;
+    const bool isHandled = legacy.element->isLegacyElementHandled();
+    if (!isHandled)
     {
-        const bool stands = legacy.node.get() != nullptr && isLegacyElementOf(*legacy.node.get(), legacy.element);
-        const bool wasDestroyed = legacy.node.get() != nullptr && !stands;
-        if (wasDestroyed || (!stands && !allReadable))
-            continue;
-        const bool isHandled = legacy.element->isLegacyElementHandled();
-        if (!isHandled)
-        {
-            logError(L"Legacy element '%s' of type '%s' in node type '%s' not migrated", legacy.element->getName(),
-                     ValueInfo::getTypeName(legacy.element->getTypeId()),
-                     legacy.element->getNode()->getTypeName().c_str());
-            ++unhandledElements_;
-        }
-        if (stands && (isHandled || !hasOption(kKeepUnhandledLegacyData)))
-            core_.destroyLegacyElement(legacy.element);
+        logError(L"Legacy element '%s' of type '%s' in node type '%s' not migrated", legacy.element->getName(),
+                 ValueInfo::getTypeName(legacy.element->getTypeId()), legacy.element->getNode()->getTypeName().c_str());
+        ++unhandledElements_;
     }
+    return stands && (isHandled || !hasOption(kKeepUnhandledLegacyData));
 }
 
 /// Children before parents: the last ones made first.

@@ -10,10 +10,12 @@
 #include <db2/Paths.h>
 
 #include "../OutOfMemory.h"
+#include "ChainEnds.h"
 #include "ElementCopies.h"
 
 #include <kqx/Array.h>
 
+#include <algorithm>
 #include <unordered_map>
 
 namespace db2 {
@@ -55,6 +57,7 @@ struct Editors
 {
     DataInterface& data;
     CoreManager& core;
+    ChainEnds& chains; ///< of the source's references, which a copy without its own references leaves alone
 };
 
 // --- One node ---
@@ -72,6 +75,22 @@ Node* createNodeLike(const Node& source, Editors editors, Node* parent, Node* ne
     return copy;
 }
 
+/// The same as copyElementValue(), however many references lie between an attribute and the value that it shows.
+void copyShownValue(Element& to, const Element& from, Editors editors)
+{
+    if (!from.isAttributeArray())
+    {
+        const Attribute& shown = editors.chains.of(static_cast<const Attribute&>(from));
+        dbu_copyAttribute(static_cast<Attribute*>(&to), &shown, &editors.data);
+        return;
+    }
+    const auto& items = static_cast<const AttributeArray&>(from);
+    auto& newItems = static_cast<AttributeArray&>(to);
+    editors.data.db_resizeAttributeArray(&newItems, items.getSize());
+    for (unsigned int i = 0; i < std::min(newItems.getSize(), items.getSize()); ++i)
+        dbu_copyAttribute(newItems.getAttribute(i), &editors.chains.of(*items.getAttribute(i)), &editors.data);
+}
+
 void copyElements(const Node& source, Node& copy, Editors editors)
 {
     const unsigned int count = source.getElementCount(); // a copy under the source itself adds none to it
@@ -81,7 +100,7 @@ void copyElements(const Node& source, Node& copy, Editors editors)
         const bool isMade = from.isDynamic() || from.isUnknown();
         Element* const to = isMade ? createElementLike(from, copy, editors.data, editors.core) : copy.getElement(i);
         if (to != nullptr && to->isAttributeArray() == from.isAttributeArray()) // else the type is another one there
-            copyElementValue(*to, from, editors.data);
+            copyShownValue(*to, from, editors);
     }
 }
 
@@ -160,7 +179,8 @@ Node* copySubtree(const Node* source, bool withTop, DataInterface* data, CoreMan
     Node* top = nullptr;
     static_cast<void>(succeeds([&] {
         SubtreeCopy subtree(*source, withTop);
-        subtree.make({*data, *core}, parent, next, name);
+        ChainEnds chains;
+        subtree.make({*data, *core, chains}, parent, next, name);
         static_cast<void>(subtree.find(source, top));
     }));
     return top;
@@ -260,7 +280,8 @@ Node* copySubtreeWithReferences(const Node* root, const Node* source, bool withT
     Node* top = nullptr;
     static_cast<void>(succeeds([&] {
         SubtreeCopy subtree(*source, withTop);
-        subtree.make({*data, *core}, parent, next, name);
+        ChainEnds chains;
+        subtree.make({*data, *core, chains}, parent, next, name);
         static_cast<void>(subtree.find(source, top));
         ReferenceCopies(subtree, *source, root, targetRoot, *data).make(internalOnly);
     }));
@@ -274,7 +295,8 @@ Node* dbu_copyNodeWithNoReferences(const Node* source, DataInterface* data, Core
 {
     if (source == nullptr || data == nullptr || core == nullptr)
         return nullptr;
-    return copyNode(*source, {*data, *core}, parent, next, name);
+    ChainEnds chains;
+    return copyNode(*source, {*data, *core, chains}, parent, next, name);
 }
 
 Node* dbu_copyNode(const Node* source, DataInterface* data, CoreManager* core, Node* parent, Node* next,

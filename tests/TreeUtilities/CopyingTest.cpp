@@ -315,6 +315,23 @@ TEST_F(TreeUtilitiesCopyingTest, ADeepSubtreeNeedsNoDeepStack)
     EXPECT_EQ(core.getStatistics().nodes, 2u + 2u * 100001u);
 }
 
+TEST_F(TreeUtilitiesCopyingTest, EachAttributeOfALongChainOfReferencesIsCopiedWithTheValueItShows)
+{
+    for (const bool forwards : {true, false}) // each references the one before it, or the one behind
+    {
+        Node* const a = plain(L"a");
+        std::vector<Node*> chain;
+        for (int i = 0; i < 100; ++i)
+            chain.push_back(scene.node(L"n", a));
+        for (std::size_t i = 1; i < chain.size(); ++i)
+            reference(intOf(chain[forwards ? i - 1 : i]), intOf(chain[forwards ? i : i - 1]));
+        scene.write(intOf(forwards ? chain.front() : chain.back()), 77);
+        const Node* const made = dbu_copyNodeRecursivelyWithNoReferences(a, &core, &core, target, nullptr, nullptr);
+        for (const Node* copied = made->getFirstChild(); copied != nullptr; copied = copied->getNextSibling())
+            ASSERT_EQ(intOf(copied)->getValue().getInt(), 77) << copied->getName().c_str();
+    }
+}
+
 // --- Subtrees with references ---
 
 TEST_F(TreeUtilitiesCopyingTest, AReferenceBetweenCopiedNodesLeadsFromCopyToCopy)
