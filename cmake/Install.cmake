@@ -3,6 +3,10 @@
 include(CMakePackageConfigHelpers)
 
 install(TARGETS db2 foundation EXPORT KQDatabase2Targets)
+if(KQDB_BUILD_JSON)
+    install(TARGETS db2json EXPORT KQDatabase2Targets)
+    install(DIRECTORY formats/json/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+endif()
 install(DIRECTORY include/ foundation/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/KQDatabase2)

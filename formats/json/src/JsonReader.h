@@ -1,0 +1,148 @@
+#pragma once
+
+#include "RapidJson.h"
+
+#include <db2/Library.h>
+#include <db2/Status.h>
+
+#include <kqx/String.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace db2::json {
+
+/// Ends a load from wherever it is; what went wrong is logged already. Stays within this library.
+struct LoadFailure
+{
+    Status status;
+};
+
+/// Reads the text of one JSON document, piece by piece, as the caller asks for the pieces that should stand there, and
+/// knows the place of what it read last. Knows no node.
+///
+/// Strings are RapidJSON's, numbers the standard library's. Brackets and commas are read here, because RapidJSON only
+/// hands out whole documents: with a caller that asks, a format with dozens of kinds of entries is ordinary code instead
+/// of a state machine, and since nobody asks for nested values of unknown depth, hostile nesting has nothing to exhaust.
+///
+/// Whatever is not as asked for ends in fail(). Also throws std::bad_alloc and std::length_error.
+/// Cost: one pass over the bytes, and a second one over the arrays that are counted first.
+class JsonReader
+{
+public:
+    /// @param bytes  outlive the reader; a byte order mark in front is passed over.
+    JsonReader(const char* bytes, std::size_t size);
+
+    // --- Objects: members come in the order in which they are asked for ---
+
+    void beginObject();
+    /// @param key  a constant.
+    /// @return false, reading nothing, when the next member has another key or there is none.
+    [[nodiscard]] bool tryMember(std::string_view key);
+    void member(std::string_view key); ///< one that must be there
+    void endObject();                  ///< fails when there is a member left
+
+    // --- Arrays ---
+
+    void beginArray();
+    [[nodiscard]] bool tryItem();      ///< false at the array's end, which is read
+    void item(const wchar_t* meaning); ///< one that must be there, for the message when it is not
+    void endArray();                   ///< fails when there is an item left
+
+    /// How many items the array has that stands next. Counts commas: what is wrong within shows when it is read.
+    [[nodiscard]] std::size_t countItems();
+
+    void endDocument(); ///< fails when anything is left
+
+    // --- What stands next ---
+
+    [[nodiscard]] bool atString() { return next() == '"'; }
+    [[nodiscard]] bool atArray() { return next() == '['; }
+    [[nodiscard]] bool atObject() { return next() == '{'; }
+    [[nodiscard]] bool atNumber();
+
+    // --- Values ---
+
+    /// A string's UTF-8, which is valid. The view holds until the next one is read.
+    [[nodiscard]] std::string_view string(const wchar_t* meaning);
+    void null();
+    [[nodiscard]] bool boolean();
+    [[nodiscard]] std::int32_t int32();
+    [[nodiscard]] std::uint32_t uint32();
+    void number(float& out); ///< by reference, as in JsonWriter
+    void number(double& out);
+
+    /// A text in either of its forms; see JsonWriter::text().
+    void text(kqx::String& out, const wchar_t* meaning);
+    /// The same for a text that the library takes up to its first null character: there must be none in it.
+    void name(std::wstring& out, const wchar_t* meaning);
+
+    // --- Failing ---
+
+    /// Logs the message, which may have placeholders, behind the place of what was read last, and throws LoadFailure.
+    template <class... Arguments>
+    [[noreturn]] void fail(const wchar_t* message, Arguments... arguments)
+    {
+        logHere(message, arguments...);
+        throw LoadFailure{Status::kFailure};
+    }
+
+    /// Ends the load with what a service of the library answered, unless it is kSuccess. The message says what failed.
+    void check(Status status, const wchar_t* message)
+    {
+        if (status == Status::kSuccess)
+            return;
+        logHere(message);
+        throw LoadFailure{status};
+    }
+
+    /// Logs a message with the place of what was read last, as an error.
+    template <class... Arguments>
+    void logHere(const wchar_t* message, Arguments... arguments)
+    {
+        // The log cuts what is too long, so the place comes first.
+        logError((L"%s: " + std::wstring(message)).c_str(), describePlace().c_str(), arguments...);
+    }
+
+private:
+    /// An object or array that is open.
+    struct Level
+    {
+        std::string_view key;  ///< of the member that is being read; empty in an array
+        std::size_t count = 0; ///< of the members or items that were begun
+        bool isArray = false;
+    };
+
+    char next();
+    void expect(char bracket, const wchar_t* what);
+    void separate();
+    void readKey();
+    void literal(std::string_view word, const wchar_t* what);
+    [[nodiscard]] std::string_view numberToken(const wchar_t* what);
+    template <class Integer>
+    [[nodiscard]] Integer integer();
+    template <class Number>
+    void floatingPoint(Number& out);
+    template <class Number>
+    [[nodiscard]] static bool readNonFinite(std::string_view text, Number& out);
+    void wide(std::wstring& out, const wchar_t* meaning);
+    void characters(std::wstring& out);
+
+    [[nodiscard]] std::wstring describePlace() const;
+
+    const char* begin_;
+    const char* end_;
+    const char* at_;
+    const char* token_; ///< where what was read last begins, for messages
+    std::vector<Level> levels_;
+    bool keyIsRead_ = false; ///< key_ is of a member that nobody has asked for yet
+    std::string key_;
+    std::string string_; ///< of the last string that is not in the bytes as it stands
+    std::wstring wide_;  ///< of the last text, kept for its memory
+    rapidjson::GenericReader<rapidjson::UTF8<>, rapidjson::UTF8<>, ThrowingAllocator> strings_;
+};
+
+} // namespace db2::json
