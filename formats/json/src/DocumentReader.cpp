@@ -322,7 +322,7 @@ void DocumentReader::readEnum(Attribute& attribute)
         value = json_.int32();
         return write(attribute, value);
     }
-    json_.name(text_, L"the choice of an Enum, or a number,");
+    json_.name(text_, L"the choice of an Enum");
     const wchar_t* choice = text_.c_str();
     if (isMigrated(attribute))
         choice = loader_.migrateEnumChoice(choice, attribute.getName(), attribute.getNode());

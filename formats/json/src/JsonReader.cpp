@@ -313,6 +313,8 @@ std::string_view JsonReader::string(const wchar_t* meaning)
     if (result.IsError())
     {
         token_ = at_ + std::min(result.Offset(), static_cast<std::size_t>(end_ - at_));
+        if (token_ != end_ && static_cast<unsigned char>(*token_) < 0x20)
+            fail(L"a control character in a string, which must be written as an escape");
         fail(L"%s", widened(rapidjson::GetParseError_En(result.Code())).c_str());
     }
     at_ += stream.Tell();
