@@ -62,8 +62,9 @@ inline std::string documentOf(std::initializer_list<std::string_view> nodes)
 /// The text of a node of the type "All" with these members behind its depth, such as `"attributes": [...]`.
 inline std::string nodeText(std::string_view members, std::string_view name = "node", unsigned int depth = 0)
 {
-    return "{\"name\": \"" + std::string(name) + "\", \"type\": \"All\", \"module\": \"Test\", \"depth\": " +
-           std::to_string(depth) + (members.empty() ? "" : ",\n") + std::string(members) + "}";
+    return "{\"name\": \"" + std::string(name) +
+           "\", \"type\": \"All\", \"module\": \"Test\", \"depth\": " + std::to_string(depth) +
+           (members.empty() ? "" : ",\n") + std::string(members) + "}";
 }
 
 /// A document with one node of the type "All" that has these attributes, each the text of its array, one a line: the

@@ -28,7 +28,8 @@ void PrintTo(const BadDocument& document, std::ostream* out)
 
 std::string header(std::string_view behind)
 {
-    return "{\"identifier\": \"KQDatabase2\", \"loaderVersion\": 1,\n\"applicationString\": \"\", \"typeString\": \"\",\n" +
+    return "{\"identifier\": \"KQDatabase2\", \"loaderVersion\": 1,\n\"applicationString\": \"\", \"typeString\": "
+           "\"\",\n" +
            std::string(behind);
 }
 
@@ -67,28 +68,34 @@ INSTANTIATE_TEST_SUITE_P(
         BadDocument{"{", L"Line 1, column 2: expected a key, but the file ends here"},
         BadDocument{"{\"identifier\" \"", L"Line 1, column 15: expected a colon"},
         BadDocument{"{\"identifier\": 7", L"Line 1, column 16, identifier: expected the identifier, which is a string"},
-        BadDocument{"{\"identifier\": \"abc", L"Line 1, column 20, identifier: Missing a closing quotation mark in string."},
-        BadDocument{"{\"identifier\": \"a\\q\"",
-                    L"Line 1, column 18, identifier: Invalid escape character in string."},
-        BadDocument{"{\"identifier\": \"\\ud800\"", L"Line 1, column 17, identifier: The surrogate pair in string is invalid."},
+        BadDocument{"{\"identifier\": \"abc",
+                    L"Line 1, column 20, identifier: Missing a closing quotation mark in string."},
+        BadDocument{"{\"identifier\": \"a\\q\"", L"Line 1, column 18, identifier: Invalid escape character in string."},
+        BadDocument{"{\"identifier\": \"\\ud800\"",
+                    L"Line 1, column 17, identifier: The surrogate pair in string is invalid."},
         BadDocument{"{\"identifier\": \"\xC3\xA9\xFF\"", L"Line 1, column 18, identifier: Invalid encoding in string."},
         BadDocument{"{\"identifier\": \"\xED\xA0\x80\"", L"Line 1, column 17, identifier: Invalid encoding in string."},
         BadDocument{"{\"identifier\": \"\xC0\x80\"", L"Line 1, column 17, identifier: Invalid encoding in string."},
-        BadDocument{"{\"identifier\": \"a\nb\"",
-                    L"Line 1, column 18, identifier: a control character in a string, which must be written as an escape"},
-        BadDocument{std::string("{\"identifier\": \"a\0b\"", 20),
-                    L"Line 1, column 18, identifier: a control character in a string, which must be written as an escape"},
+        BadDocument{
+            "{\"identifier\": \"a\nb\"",
+            L"Line 1, column 18, identifier: a control character in a string, which must be written as an escape"},
+        BadDocument{
+            std::string("{\"identifier\": \"a\0b\"", 20),
+            L"Line 1, column 18, identifier: a control character in a string, which must be written as an escape"},
         BadDocument{documentOf({}) + "x", L"Line 9, column 1: something follows the end of the document"},
-        BadDocument{documentOf({}) + std::string(1, '\0'), L"Line 9, column 1: something follows the end of the document"},
-        BadDocument{documentOf({nodeText("") + ","}), L"Line 8, column 1, nodes[0]: expected another entry behind the comma"}));
+        BadDocument{documentOf({}) + std::string(1, '\0'),
+                    L"Line 9, column 1: something follows the end of the document"},
+        BadDocument{documentOf({nodeText("") + ","}),
+                    L"Line 8, column 1, nodes[0]: expected another entry behind the comma"}));
 
 INSTANTIATE_TEST_SUITE_P(
     OfTheHeader, JsonErrorsTest,
     ::testing::Values(
         BadDocument{"{\"typeString\": \"\"}", L"Line 1, column 2: expected the key \"identifier\""},
-        BadDocument{"{\"identifier\": \"Other\", \"loaderVersion\": 1, \"applicationString\": \"\", \"typeString\": \"\", "
-                    "\"modules\": [], ",
-                    L"Line 1, column 100, modules: the header is refused"},
+        BadDocument{
+            "{\"identifier\": \"Other\", \"loaderVersion\": 1, \"applicationString\": \"\", \"typeString\": \"\", "
+            "\"modules\": [], ",
+            L"Line 1, column 100, modules: the header is refused"},
         BadDocument{"{\"identifier\": \"KQDatabase2\", \"loaderVersion\": 2, \"more\"",
                     L"Line 1, column 48, loaderVersion: the version is not one that can be loaded"},
         BadDocument{"{\"identifier\": \"KQDatabase2\", \"loaderVersion\": 0}",
@@ -120,8 +127,9 @@ INSTANTIATE_TEST_SUITE_P(
                     L"Line 7, column 57, nodes[0].depth: the depth 1 is more than one below the node before"},
         BadDocument{documentOf({nodeText("", "a"), nodeText("", "b", 2)}),
                     L"Line 8, column 57, nodes[1].depth: the depth 2 is more than one below the node before"},
-        BadDocument{documentOf({"{\"name\": \"a\", \"type\": \"Plain\", \"module\": \"Nowhere\", \"depth\": 0}"}),
-                    L"Line 7, column 62, nodes[0].depth: the node cannot be made; is its module among those of the file?"},
+        BadDocument{
+            documentOf({"{\"name\": \"a\", \"type\": \"Plain\", \"module\": \"Nowhere\", \"depth\": 0}"}),
+            L"Line 7, column 62, nodes[0].depth: the node cannot be made; is its module among those of the file?"},
         BadDocument{documentOf({nodeText("\"legacy\": [], \"attributes\": []")}),
                     L"Line 8, column 15, nodes[0]: the key \"attributes\" is not known, repeated or out of order"},
         BadDocument{documentOf({nodeText("\"attributes\": [], \"attributes\": []")}),
@@ -130,17 +138,19 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     OfElements, JsonErrorsTest,
     ::testing::Values(
-        BadDocument{documentWith({"[]"}),
-                    L"Line 9, column 2, nodes[0].attributes[0]: expected the name of an element, but the array ends here"},
+        BadDocument{
+            documentWith({"[]"}),
+            L"Line 9, column 2, nodes[0].attributes[0]: expected the name of an element, but the array ends here"},
         BadDocument{documentWith({"[\"Int\", \"Int\"]", "[\"Int\", \"Integer\", 1]"}),
                     L"Line 10, column 9, nodes[0].attributes[1][1]: expected the name of a type"},
         BadDocument{documentWith({"[\"Int\", \"Int [] \", 1]"}),
                     L"Line 9, column 9, nodes[0].attributes[0][1]: expected the name of a type"},
         BadDocument{documentWith({"[\"Int\", \"Int ->\"]"}),
                     L"Line 9, column 17, nodes[0].attributes[0]: expected another entry, but the array ends here"},
-        BadDocument{documentWith({"[\"Int\", \"Int ->\", 5]"}),
-                    L"Line 9, column 19, nodes[0].attributes[0][2]: expected the path of a referenced attribute, which is "
-                    L"a string"},
+        BadDocument{
+            documentWith({"[\"Int\", \"Int ->\", 5]"}),
+            L"Line 9, column 19, nodes[0].attributes[0][2]: expected the path of a referenced attribute, which is "
+            L"a string"},
         BadDocument{documentWith({"[\"Int\", \"Int\", 1, 2]"}),
                     L"Line 9, column 19, nodes[0].attributes[0][3]: the array has too many entries"},
         BadDocument{documentWith({"[\"Int\", \"Int\", {}]"}),
@@ -202,19 +212,23 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     OfAttributeArrays, JsonErrorsTest,
     ::testing::Values(
-        BadDocument{documentWith({"[\"IntItems\", \"Int[?]\", 4294967295]"}),
-                    L"Line 9, column 24, nodes[0].attributes[0][2]: the array has more items, 4294967295, than a file of "
-                    L"this size can describe"},
-        BadDocument{documentWith({"[\"IntItems\", \"Int[?]\", 150]", "[\"FloatItems\", \"Float[?]\", 150]"}),
-                    L"Line 10, column 28, nodes[0].attributes[1][2]: the array has more items, 150, than a file of this "
-                    L"size can describe"},
+        BadDocument{
+            documentWith({"[\"IntItems\", \"Int[?]\", 4294967295]"}),
+            L"Line 9, column 24, nodes[0].attributes[0][2]: the array has more items, 4294967295, than a file of "
+            L"this size can describe"},
+        BadDocument{
+            documentWith({"[\"IntItems\", \"Int[?]\", 150]", "[\"FloatItems\", \"Float[?]\", 150]"}),
+            L"Line 10, column 28, nodes[0].attributes[1][2]: the array has more items, 150, than a file of this "
+            L"size can describe"},
         BadDocument{documentWith({"[\"IntItems\", \"Int[?]\", 2, [2, 1]]"}),
                     L"Line 9, column 28, nodes[0].attributes[0][3][0]: the array has no item 2"},
-        BadDocument{documentWith({"[\"IntItems\", \"Int[?]\", 2, [1]]"}),
-                    L"Line 9, column 29, nodes[0].attributes[0][3][0]: expected the value of an item, but the array ends "
-                    L"here"},
-        BadDocument{documentWith({"[\"IntItems\", \"Int[?]\", 2, [\"<-\", 1, \"|node.Int\"]]"}),
-                    L"Line 9, column 28, nodes[0].attributes[0][3][0]: expected \"->\", \"=>\" or the index of an item"},
+        BadDocument{
+            documentWith({"[\"IntItems\", \"Int[?]\", 2, [1]]"}),
+            L"Line 9, column 29, nodes[0].attributes[0][3][0]: expected the value of an item, but the array ends "
+            L"here"},
+        BadDocument{
+            documentWith({"[\"IntItems\", \"Int[?]\", 2, [\"<-\", 1, \"|node.Int\"]]"}),
+            L"Line 9, column 28, nodes[0].attributes[0][3][0]: expected \"->\", \"=>\" or the index of an item"},
         BadDocument{documentWith({"[\"IntItems\", \"Int[]\", [1, 2}, 3]]"}),
                     L"Line 9, column 28, nodes[0].attributes[0][2][1]: expected a comma or the end of the array"},
         BadDocument{documentWith({"[\"IntItems\", \"Int[]\", 3]"}),
@@ -223,10 +237,12 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     OfMetadata, JsonErrorsTest,
     ::testing::Values(
-        BadDocument{documentOf({nodeText("\"dynamic\": [[\"d\", \"Int\", {\"min\": 1, \"flags\": 2}, 1]]")}),
-                    L"Line 8, column 37, nodes[0].dynamic[0][2]: the key \"flags\" is not known, repeated or out of order"},
-        BadDocument{documentOf({nodeText("\"dynamic\": [[\"d\", \"Int\", {\"unit\": 1}, 1]]")}),
-                    L"Line 8, column 27, nodes[0].dynamic[0][2]: the key \"unit\" is not known, repeated or out of order"},
+        BadDocument{
+            documentOf({nodeText("\"dynamic\": [[\"d\", \"Int\", {\"min\": 1, \"flags\": 2}, 1]]")}),
+            L"Line 8, column 37, nodes[0].dynamic[0][2]: the key \"flags\" is not known, repeated or out of order"},
+        BadDocument{
+            documentOf({nodeText("\"dynamic\": [[\"d\", \"Int\", {\"unit\": 1}, 1]]")}),
+            L"Line 8, column 27, nodes[0].dynamic[0][2]: the key \"unit\" is not known, repeated or out of order"},
         BadDocument{documentOf({nodeText("\"dynamic\": [[\"d\", \"Int\", {\"flags\": 4}, 1]]")}),
                     L"Line 8, column 36, nodes[0].dynamic[0][2].flags: the flags hold one that only the library sets"},
         BadDocument{documentOf({nodeText("\"dynamic\": [[\"d\", \"Int\", {\"default\": 1.5}, 1]]")}),

@@ -34,7 +34,8 @@ protected:
         std::string found;
         for (std::size_t at = document.find("[\"" + name + "\""); at != std::string::npos;
              at = document.find("[\"" + name + "\"", at + 1))
-            found += (found.empty() ? "" : "\n") + document.substr(at, document.find_last_of(']', document.find('\n', at)) + 1 - at);
+            found += (found.empty() ? "" : "\n") +
+                     document.substr(at, document.find_last_of(']', document.find('\n', at)) + 1 - at);
         return found;
     }
 

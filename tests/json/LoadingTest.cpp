@@ -41,13 +41,14 @@ TEST_F(JsonLoadingTest, StringsMayBeWrittenWithEscapes)
 
 TEST_F(JsonLoadingTest, CharactersAsNumbersTakeWhateverThePlatformHolds)
 {
-    ASSERT_EQ(loadText(scene, documentWith({R"(["String", "String", [97, 128512, 55296, 1114112]])"})), Status::kSuccess);
+    ASSERT_EQ(loadText(scene, documentWith({R"(["String", "String", [97, 128512, 55296, 1114112]])"})),
+              Status::kSuccess);
     const std::wstring text(std::wstring_view(loadedAttribute(scene, L"String")->getValue().asString()));
     if constexpr (sizeof(wchar_t) == 2)
         EXPECT_EQ(text, (std::wstring{L'a', wchar_t(0xD83D), wchar_t(0xDE00), wchar_t(0xD800), wchar_t(0xFFFD)}));
     else
-        EXPECT_EQ(text, (std::wstring{L'a', static_cast<wchar_t>(0x1F600), wchar_t(0xD800),
-                                      static_cast<wchar_t>(0x110000)}));
+        EXPECT_EQ(text,
+                  (std::wstring{L'a', static_cast<wchar_t>(0x1F600), wchar_t(0xD800), static_cast<wchar_t>(0x110000)}));
 }
 
 TEST_F(JsonLoadingTest, AStreamWithoutContentIsRefused)
@@ -71,8 +72,9 @@ TEST_F(JsonLoadingTest, NodesStandUnderTheLoadParentBehindItsChildren)
 {
     Node* const shelf = scene.node(L"shelf");
     scene.node(L"first", shelf);
-    ASSERT_EQ(loadText(scene, documentOf({nodeText("", "a"), nodeText("", "b", 1), nodeText("", "c", 2), nodeText("", "d", 1),
-                                          nodeText("", "e")}),
+    ASSERT_EQ(loadText(scene,
+                       documentOf({nodeText("", "a"), nodeText("", "b", 1), nodeText("", "c", 2), nodeText("", "d", 1),
+                                   nodeText("", "e")}),
                        shelf),
               Status::kSuccess);
     EXPECT_EQ(shelf->getFirstChild()->getName(), L"first");
@@ -111,7 +113,8 @@ TEST_F(JsonLoadingTest, AReferenceMayStandBeforeWhatItLeadsTo)
 TEST_F(JsonLoadingTest, AChoiceThatTheEnumLacksIsLoggedAndLeavesTheDefault)
 {
     scene.log().take();
-    EXPECT_EQ(loadText(scene, documentWith({"[\"Enum\", \"Enum\", \"gone\"]", "[\"Int\", \"Int\", 3]"})), Status::kSuccess);
+    EXPECT_EQ(loadText(scene, documentWith({"[\"Enum\", \"Enum\", \"gone\"]", "[\"Int\", \"Int\", 3]"})),
+              Status::kSuccess);
     EXPECT_TRUE(scene.log().tookError(
         L"Line 9, column 18, nodes[0].attributes[0][2]: 'gone' is no choice of 'Enum', which keeps its default"));
     EXPECT_EQ(loadedAttribute(scene, L"Enum")->getValue().asInt(), 0);
@@ -241,9 +244,10 @@ protected:
 TEST_F(JsonMigrationTest, MigratorsRenameTypesElementsAndChoices)
 {
     migrator.names = {{L"Oldest", L"All"}, {L"oldInt", L"Int"}, {L"oldEnum", L"Enum"}, {L"lonely", L"only"}};
-    std::string text = documentOf({nodeText("\"attributes\": [[\"oldInt\", \"Int\", 5], [\"oldEnum\", \"Enum\", \"lonely\"], "
-                                            "[\"Double\", \"Double ->\", \"|node.oldInt\"]],\n"
-                                            "\"dynamic\": [[\"d\", \"Enum\", {\"choices\": [\"lonely\"]}, \"lonely\"]]")});
+    std::string text =
+        documentOf({nodeText("\"attributes\": [[\"oldInt\", \"Int\", 5], [\"oldEnum\", \"Enum\", \"lonely\"], "
+                             "[\"Double\", \"Double ->\", \"|node.oldInt\"]],\n"
+                             "\"dynamic\": [[\"d\", \"Enum\", {\"choices\": [\"lonely\"]}, \"lonely\"]]")});
     text.replace(text.find("\"All\""), 5, "\"Oldest\"");
     scene.log().take();
     EXPECT_EQ(loadText(scene, text), Status::kLoadedWithMigration);
@@ -252,7 +256,8 @@ TEST_F(JsonMigrationTest, MigratorsRenameTypesElementsAndChoices)
     EXPECT_TRUE(loadedAttribute(scene, L"Enum")->hasFlag(ElementFlag::kValueLoaded));
     EXPECT_EQ(loadedAttribute(scene, L"Double")->getReference(), loadedAttribute(scene, L"Int"));
     EXPECT_TRUE(loadedAttribute(scene, L"d")->hasFlag(ElementFlag::kValueLoaded));
-    EXPECT_EQ(migrator.choicesAskedFor, std::set<std::wstring>{L"Enum"}); // by its present name, and not for the dynamic one
+    EXPECT_EQ(migrator.choicesAskedFor,
+              std::set<std::wstring>{L"Enum"}); // by its present name, and not for the dynamic one
     EXPECT_EQ(migrator.loaded, std::vector<std::wstring>{L"node"});
 }
 
@@ -319,7 +324,7 @@ TEST_F(JsonLoadingTest, ADynamicElementWhoseNameIsTakenEndsTheLoad)
     scene.log().take();
     EXPECT_NE(loadText(scene, documentOf({nodeText("\"dynamic\": [[\"Int\", \"Int\", 4]]")})), Status::kSuccess);
     EXPECT_EQ(scene.log().take().back().text,
-              L"KQDatabase2 : Line 8, column 27, nodes[0].dynamic[0][2]: the attribute cannot be loaded");
+              L"KQDatabase2 : Line 8, column 28, nodes[0].dynamic[0][2]: the attribute cannot be loaded");
 }
 
 TEST_F(JsonLoadingTest, ALoadWithTheLoadersOptionsReportsItsMigrators)

@@ -244,6 +244,9 @@ void DocumentReader::readSparseItems(AttributeArray& array)
         json_.fail(L"the array has more items, %u, than a file of this size can describe", size);
     itemsLeft_ -= size;
     resize(array, size);
+    // Where nobody knows the type, and so the default, an item without a value must be saved without one again.
+    for (std::uint32_t i = 0; i < size; ++i)
+        array.getAttribute(i)->setFlag(ElementFlag::kLoaded);
     while (json_.tryItem())
         readSparseItem(array);
 }
