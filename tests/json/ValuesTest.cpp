@@ -98,6 +98,10 @@ TEST_F(JsonValuesTest, FloatsHaveTheFewestDigitsThatReadBackToTheirBits)
 {
     expectFloat(std::bit_cast<std::uint32_t>(0.1f), "0.1");
     expectFloat(std::bit_cast<std::uint32_t>(35.5f), "35.5");
+    expectFloat(std::bit_cast<std::uint32_t>(99999.0f), "99999");
+    expectFloat(std::bit_cast<std::uint32_t>(100000.0f), "1e+05");
+    expectFloat(std::bit_cast<std::uint32_t>(-100000.0f), "-1e+05");
+    expectFloat(std::bit_cast<std::uint32_t>(-3.0f), "-3");
     expectFloat(std::bit_cast<std::uint32_t>(16777216.0f), "16777216");
     expectFloat(std::bit_cast<std::uint32_t>(1e10f), "1e+10");
     expectFloat(std::bit_cast<std::uint32_t>(std::numeric_limits<float>::max()), "3.4028235e+38");
@@ -120,6 +124,9 @@ TEST_F(JsonValuesTest, FloatsThatAreNoNumbersAreTexts)
 TEST_F(JsonValuesTest, DoublesHaveTheFewestDigitsThatReadBackToTheirBits)
 {
     expectDouble(std::bit_cast<std::uint64_t>(0.1), "0.1");
+    expectDouble(std::bit_cast<std::uint64_t>(10000.0), "10000");
+    expectDouble(std::bit_cast<std::uint64_t>(1234567.0), "1234567");
+    expectDouble(std::bit_cast<std::uint64_t>(12345678901.0), "12345678901");
     expectDouble(std::bit_cast<std::uint64_t>(1.0 / 3), "0.3333333333333333");
     expectDouble(std::bit_cast<std::uint64_t>(std::numeric_limits<double>::max()), "1.7976931348623157e+308");
     expectDouble(0x0000000000000001, "5e-324");

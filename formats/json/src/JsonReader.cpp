@@ -5,6 +5,7 @@
 #include <kqx/UTF8.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstring>
 #include <iterator>
@@ -34,26 +35,27 @@ bool isPartOfNumber(char c)
 
 const char* skipDigits(const char* at, const char* end)
 {
-    return std::find_if_not(at, end, isDigit);
+    while (at != end && isDigit(*at))
+        ++at;
+    return at;
 }
 
-/// Whether a text is a number as JSON has it, which is stricter than what the standard library reads.
-bool isNumber(std::string_view text)
+/// The end of the number that begins at @p at as JSON has it, which is stricter than what the standard library reads.
+/// @return null when there is none.
+const char* findNumberEnd(const char* at, const char* end)
 {
-    const char* at = text.data();
-    const char* const end = at + text.size();
     if (at != end && *at == '-')
         ++at;
     const char* digits = at;
     at = skipDigits(at, end);
     if (at == digits || (*digits == '0' && at - digits > 1))
-        return false;
+        return nullptr;
     if (at != end && *at == '.')
     {
         digits = ++at;
         at = skipDigits(at, end);
         if (at == digits)
-            return false;
+            return nullptr;
     }
     if (at != end && (*at == 'e' || *at == 'E'))
     {
@@ -63,10 +65,36 @@ bool isNumber(std::string_view text)
         digits = at;
         at = skipDigits(at, end);
         if (at == digits)
-            return false;
+            return nullptr;
     }
-    return at == end;
+    return at == end || !isPartOfNumber(*at) ? at : nullptr;
 }
+
+/// Reads the numbers that files are full of, 0 and 1 before all. @return false when it is not a short row of digits.
+template <class Number>
+bool readSmallInteger(std::string_view token, Number& out)
+{
+    constexpr std::size_t kMaxDigits = 7; // which any float holds exactly
+    if (token.size() > kMaxDigits)
+        return false;
+    std::int32_t value = 0;
+    for (const char c : token)
+    {
+        if (!isDigit(c))
+            return false;
+        value = value * 10 + (c - '0');
+    }
+    out = static_cast<Number>(value);
+    return true;
+}
+
+/// By byte: whether it is a character of a string that stands for itself.
+constexpr std::array<bool, 256> kIsPlain = [] {
+    std::array<bool, 256> isPlain{};
+    for (std::size_t byte = 0x20; byte < 0x7F; ++byte)
+        isPlain[byte] = byte != '"' && byte != '\\';
+    return isPlain;
+}();
 
 std::wstring widened(std::string_view ascii)
 {
@@ -150,13 +178,15 @@ void JsonReader::beginObject()
     levels_.push_back({});
 }
 
-/// Goes over the comma in front of the next entry of the object or array that is open.
+/// Goes over the comma in front of the next entry of the object or array that is open; next() has gone to it.
 void JsonReader::separate()
 {
     Level& level = levels_.back();
     if (level.count > 0)
     {
-        expect(',', level.isArray ? L"a comma or the end of the array" : L"a comma or the end of the object");
+        if (at_ == end_ || *at_ != ',')
+            expect(',', level.isArray ? L"a comma or the end of the array" : L"a comma or the end of the object");
+        ++at_;
         if (next() == (level.isArray ? ']' : '}'))
             fail(L"expected another entry behind the comma");
     }
@@ -297,10 +327,9 @@ std::string_view JsonReader::string(const wchar_t* meaning)
         fail(at_ != end_ ? L"expected %s, which is a string" : L"expected %s, but the file ends here", meaning);
     // Most strings are plain ASCII and need no copy.
     const char* const text = at_ + 1;
-    const char* const stop = std::find_if(text, end_, [](char c) {
-        const auto byte = static_cast<unsigned char>(c);
-        return byte < 0x20 || byte > 0x7E || byte == '"' || byte == '\\';
-    });
+    const char* stop = text;
+    while (stop != end_ && kIsPlain[static_cast<unsigned char>(*stop)])
+        ++stop;
     if (stop != end_ && *stop == '"')
     {
         at_ = stop + 1;
@@ -344,10 +373,10 @@ bool JsonReader::boolean()
 std::string_view JsonReader::numberToken(const wchar_t* what)
 {
     next();
-    const char* const tokenEnd = std::find_if_not(at_, end_, isPartOfNumber);
-    const std::string_view token(at_, static_cast<std::size_t>(tokenEnd - at_));
-    if (!isNumber(token))
+    const char* const tokenEnd = findNumberEnd(at_, end_);
+    if (tokenEnd == nullptr)
         fail(L"expected %s", what);
+    const std::string_view token(at_, static_cast<std::size_t>(tokenEnd - at_));
     at_ = tokenEnd;
     return token;
 }
@@ -410,6 +439,8 @@ void JsonReader::floatingPoint(Number& out)
         return;
     }
     const std::string_view token = numberToken(L"a number");
+    if (readSmallInteger(token, out))
+        return;
     if (std::from_chars(token.data(), token.data() + token.size(), out).ec != std::errc())
         fail(L"the number %s does not fit here", widened(token).c_str());
 }

@@ -30,6 +30,18 @@ bool isAscii(std::wstring_view text)
     return true;
 }
 
+/// Writes the integers that files are full of, 0 and 1 before all, as std::to_chars would, which is slower.
+/// @return the end; null when the number is none of them.
+template <class Number>
+char* writeSmallInteger(Number value, bool isNegative, char* begin, char* end)
+{
+    constexpr Number kLimit = 100000; // which is shorter with an exponent
+    if (isNegative || !(value < kLimit))
+        return nullptr;
+    const auto integer = static_cast<std::int32_t>(value);
+    return static_cast<Number>(integer) == value ? std::to_chars(begin, end, integer).ptr : nullptr;
+}
+
 /// False for unpaired surrogates, and, where a character is wide enough for all of Unicode, for any surrogate and for
 /// what lies beyond.
 bool fitsUtf8(std::wstring_view text)
@@ -106,7 +118,9 @@ void JsonWriter::floatingPoint(const Number& value)
     char digits[32]; // the longest double takes 24
     if (magnitude < Traits::kExponent)
     {
-        const char* const end = std::to_chars(std::begin(digits), std::end(digits), value).ptr;
+        const char* end = writeSmallInteger(value, bits != magnitude, std::begin(digits), std::end(digits));
+        if (end == nullptr)
+            end = std::to_chars(std::begin(digits), std::end(digits), value).ptr;
         writer_.RawValue(digits, static_cast<std::size_t>(end - digits), rapidjson::kNumberType);
     }
     else if (magnitude == Traits::kExponent)
