@@ -1,6 +1,7 @@
 #include "JsonReader.h"
 
 #include "NonFinite.h"
+#include "NumberToken.h"
 
 #include <kqx/UTF8.h>
 
@@ -21,71 +22,6 @@ constexpr std::size_t kKeptCharacters = 256 * 1024;
 bool isBlank(char c)
 {
     return c == ' ' || c == '\n' || c == '\t' || c == '\r';
-}
-
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-bool isPartOfNumber(char c)
-{
-    return isDigit(c) || c == '-' || c == '+' || c == '.' || c == 'e' || c == 'E';
-}
-
-const char* skipDigits(const char* at, const char* end)
-{
-    while (at != end && isDigit(*at))
-        ++at;
-    return at;
-}
-
-/// The end of the number that begins at @p at as JSON has it, which is stricter than what the standard library reads.
-/// @return null when there is none.
-const char* findNumberEnd(const char* at, const char* end)
-{
-    if (at != end && *at == '-')
-        ++at;
-    const char* digits = at;
-    at = skipDigits(at, end);
-    if (at == digits || (*digits == '0' && at - digits > 1))
-        return nullptr;
-    if (at != end && *at == '.')
-    {
-        digits = ++at;
-        at = skipDigits(at, end);
-        if (at == digits)
-            return nullptr;
-    }
-    if (at != end && (*at == 'e' || *at == 'E'))
-    {
-        ++at;
-        if (at != end && (*at == '+' || *at == '-'))
-            ++at;
-        digits = at;
-        at = skipDigits(at, end);
-        if (at == digits)
-            return nullptr;
-    }
-    return at == end || !isPartOfNumber(*at) ? at : nullptr;
-}
-
-/// Reads the numbers that files are full of, 0 and 1 before all. @return false when it is not a short row of digits.
-template <class Number>
-bool readSmallInteger(std::string_view token, Number& out)
-{
-    constexpr std::size_t kMaxDigits = 7; // which any float holds exactly
-    if (token.size() > kMaxDigits)
-        return false;
-    std::int32_t value = 0;
-    for (const char c : token)
-    {
-        if (!isDigit(c))
-            return false;
-        value = value * 10 + (c - '0');
-    }
-    out = static_cast<Number>(value);
-    return true;
 }
 
 /// By byte: whether it is a character of a string that stands for itself.
@@ -469,9 +405,12 @@ void JsonReader::wide(std::wstring& out, const wchar_t* meaning)
 {
     if (atArray())
         return characters(out);
-    const char* const start = token_;
     const std::string_view utf8 = string(meaning);
-    token_ = start;
+    if (utf8.data() != string_.data()) // plain ASCII, which stands in the bytes as it is
+    {
+        out.assign(utf8.begin(), utf8.end());
+        return;
+    }
     out.resize(utf8.size()); // never fewer than the characters
     out.resize(kqx::UCS2FromUTF8(utf8.data(), utf8.size(), out.data()));
 }
