@@ -1,0 +1,115 @@
+// Documents made to cost: their loads take memory in proportion to their size, whatever numbers stand in them.
+
+#include "json/Documents.h"
+
+#include <kqtl/Alloc.h>
+
+#include <cstddef>
+#include <vector>
+
+namespace {
+
+using namespace db2;
+using namespace db2test;
+
+/// While it lives, adds up what is asked of the library's heap, freed or not.
+class MeasuredHeap
+{
+public:
+    MeasuredHeap()
+    {
+        bytes() = 0;
+        previous_ = KQTLSetAllocHook([](std::size_t size) {
+            bytes() += size;
+            return true;
+        });
+    }
+    MeasuredHeap(const MeasuredHeap&) = delete;
+    MeasuredHeap& operator=(const MeasuredHeap&) = delete;
+    ~MeasuredHeap() { KQTLSetAllocHook(previous_); }
+
+    [[nodiscard]] static std::size_t& bytes()
+    {
+        static std::size_t total = 0;
+        return total;
+    }
+
+private:
+    KQTLAllocHook previous_;
+};
+
+std::string repeated(std::string_view text, std::size_t times)
+{
+    std::string out;
+    for (std::size_t i = 0; i < times; ++i)
+        out += text;
+    return out;
+}
+
+std::string unknownNode(std::string_view members)
+{
+    std::string text = documentOf({"{\"name\": \"a\", \"type\": \"Alien\", \"module\": \"Foreign\", \"depth\": 0, " +
+                                   std::string(members) + "}"});
+    text.replace(text.find("[[\"Test\", 1, []]]"), 17, "[[\"Foreign\", 1, []]]");
+    return text;
+}
+
+class JsonHostileTest : public ::testing::TestWithParam<std::string>
+{
+};
+
+TEST_P(JsonHostileTest, ALoadTakesMemoryInProportionToTheFile)
+{
+    constexpr std::size_t kBytesForAByte =
+        200; // an item of an array takes some dozens, and may stand for two characters
+    constexpr std::size_t kBytesForAnyLoad = 64 * 1024;
+    Scene scene;
+    const MemoryBlock block = blockOf(GetParam());
+    const MeasuredHeap heap;
+    {
+        MemoryInputStream stream(block);
+        JsonLoader loader(stream, scene.core(), scene.core());
+        static_cast<void>(loader.load(*scene.root(), nullptr));
+    }
+    EXPECT_LT(MeasuredHeap::bytes(), GetParam().size() * kBytesForAByte + kBytesForAnyLoad);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    OfMuchForLittle, JsonHostileTest,
+    ::testing::Values(
+        // Sizes that nothing stands behind
+        documentWith({"[\"IntItems\", \"Int[?]\", 4294967295]"}),
+        documentWith({"[\"MatrixItems\", \"Matrix[?]\", 100000]"}),
+        documentWith({"[\"MatrixItems\", \"Matrix[?]\", 600]", "[\"FloatItems\", \"Float[?]\", 600]"}) +
+            std::string(600, ' '),
+        // Commas that count as items
+        documentWith({"[\"IntItems\", \"Int[]\", [" + repeated(",", 20000) + "]]"}),
+        documentWith({"[\"IntItems\", \"Int[]\", [1" + repeated(",1", 20000) + "]]"}),
+        documentWith({"[\"MatrixArray\", \"MatrixArray\", [" + repeated(",", 20000) + "]]"}),
+        documentWith({"[\"MatrixArray\", \"MatrixArray\", [[" + repeated("[],", 20000) + "]]"}),
+        documentWith({"[\"StringArray\", \"StringArray\", [\"\"" + repeated(",\"\"", 20000) + "]]"}),
+        // Nesting that nobody follows
+        std::string(100000, '['), documentWith({"[\"IntItems\", \"Int[]\", " + std::string(100000, '[')}),
+        documentWith({"[\"String\", \"String\", " + std::string(100000, '[')}), repeated("{\"identifier\":", 20000),
+        // Versions and modules
+        documentOf({}).replace(documentOf({}).find("1, []"), 5,
+                               "4000000000, [" + repeated("4294967295, ", 1000) + "2]"),
+        // Empty elements of a type that nobody knows, many times
+        unknownNode("\"attributes\": [[\"m\", \"Matrix[]\", [null" + repeated(",null", 20000) + "]]]"),
+        unknownNode("\"attributes\": [[\"m\", \"Null[]\", [null" + repeated(",null", 20000) + "]]]"),
+        unknownNode("\"attributes\": [[\"m\", \"VertexBuffer[]\", [[]" + repeated(",[]", 20000) + "]]]")));
+
+TEST(JsonHostileTimeTest, NamesElementsAndReferencesOfOneKindLoadInLargeNumbers)
+{
+    // Each of these takes a moment when its cost grows with the file, and hours when it grows with the file's square.
+    constexpr unsigned int kMany = 200000;
+    Scene scene;
+    const std::string sibling = ",\n" + nodeText("\"attributes\": [[\"Int\", \"Int ->\", \"|hub.Int\"]]", "same");
+    std::string nodes = nodeText("", "hub");
+    for (unsigned int i = 0; i < kMany; ++i)
+        nodes += sibling;
+    EXPECT_EQ(loadText(scene, documentOf({nodes})), Status::kSuccess);
+    EXPECT_EQ(scene.core().getStatistics().references, kMany);
+}
+
+} // namespace
