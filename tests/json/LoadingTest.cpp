@@ -108,6 +108,16 @@ TEST_F(JsonLoadingTest, AReferenceMayStandBeforeWhatItLeadsTo)
     EXPECT_TRUE(loadedAttribute(scene, L"Int")->referenceIsSingle());
 }
 
+TEST_F(JsonLoadingTest, DataOfThePreviousGenerationHasTypesOfItsOwn)
+{
+    ASSERT_EQ(scene.registry().registerNodeTemplate(new NodeTemplate(L"All_KQDatabase1", 80, scene.module())),
+              Status::kSuccess);
+    std::string text = documentOf({nodeText("")});
+    text.replace(text.find("KQDatabase2"), 11, "KQDatabase1");
+    ASSERT_EQ(loadText(scene, text), Status::kSuccess);
+    EXPECT_EQ(first()->getTypeId(), 80u);
+}
+
 // --- Enums ---
 
 TEST_F(JsonLoadingTest, AChoiceThatTheEnumLacksIsLoggedAndLeavesTheDefault)
