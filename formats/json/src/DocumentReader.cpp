@@ -180,14 +180,20 @@ DocumentReader::EntryType DocumentReader::readEntryType()
     const std::string_view text = json_.string(L"the name of a type");
     std::string_view name = text;
     Form form = Form::kValue;
-    if (dropMark(name, kReferenceMark))
-        form = Form::kReference;
-    else if (dropMark(name, kSingleReferenceMark))
-        form = Form::kSingleReference;
-    else if (dropMark(name, kArrayMark))
-        form = Form::kArray;
-    else if (dropMark(name, kSparseArrayMark))
-        form = Form::kSparseArray;
+    if (name.ends_with('>'))
+    {
+        if (dropMark(name, kReferenceMark))
+            form = Form::kReference;
+        else if (dropMark(name, kSingleReferenceMark))
+            form = Form::kSingleReference;
+    }
+    else if (name.ends_with(']'))
+    {
+        if (dropMark(name, kArrayMark))
+            form = Form::kArray;
+        else if (dropMark(name, kSparseArrayMark))
+            form = Form::kSparseArray;
+    }
     const std::optional<AttributeTypeId> typeId = findType(name);
     if (!typeId)
         json_.fail(L"expected the name of a type");

@@ -14,6 +14,14 @@
 namespace db2::json {
 namespace {
 
+/// Of a known type and in no reference, an attribute is written for its value and nothing else: a second comparison with
+/// the default would only say so again.
+bool standsForItsValue(const Attribute& attribute)
+{
+    const bool isOfKnownType = !attribute.isUnknown() && !attribute.isLegacy() && !attribute.isDynamic();
+    return isOfKnownType && attribute.getReference() == nullptr && attribute.getReferents() == nullptr;
+}
+
 /// An array may be written sparsely when at most so many items are left out. Bounded by what is written, so that a file
 /// never makes more items than it has room to speak of; see DocumentReader.
 constexpr std::size_t leftOutAtMost(std::size_t written)
@@ -177,7 +185,7 @@ void DocumentWriter::writeAttribute(const Attribute& attribute)
     else
     {
         beginEntry(attribute, {});
-        if (hasValueToWrite(attribute))
+        if (standsForItsValue(attribute) || hasValueToWrite(attribute))
             writeShownValue(attribute);
     }
     json_.endLine();

@@ -401,23 +401,29 @@ void JsonReader::characters(std::wstring& out)
         appendCharacter(out, uint32());
 }
 
-void JsonReader::wide(std::wstring& out, const wchar_t* meaning)
+/// @return true when the text is plain ASCII without control characters, as most are.
+bool JsonReader::wide(std::wstring& out, const wchar_t* meaning)
 {
     if (atArray())
-        return characters(out);
+    {
+        characters(out);
+        return false;
+    }
     const std::string_view utf8 = string(meaning);
-    if (utf8.data() != string_.data()) // plain ASCII, which stands in the bytes as it is
+    const bool isPlain = utf8.data() != string_.data(); // it stands in the bytes as it is
+    if (isPlain)
     {
         out.assign(utf8.begin(), utf8.end());
-        return;
+        return true;
     }
     out.resize(utf8.size()); // never fewer than the characters
     out.resize(kqx::UCS2FromUTF8(utf8.data(), utf8.size(), out.data()));
+    return false;
 }
 
 void JsonReader::text(kqx::String& out, const wchar_t* meaning)
 {
-    wide(wide_, meaning);
+    static_cast<void>(wide(wide_, meaning));
     out.assign(wide_.data(), wide_.size());
     if (wide_.capacity() > kKeptCharacters)
         std::wstring().swap(wide_);
@@ -425,8 +431,7 @@ void JsonReader::text(kqx::String& out, const wchar_t* meaning)
 
 void JsonReader::name(std::wstring& out, const wchar_t* meaning)
 {
-    wide(out, meaning);
-    if (out.find(L'\0') != std::wstring::npos)
+    if (!wide(out, meaning) && out.find(L'\0') != std::wstring::npos)
         fail(L"%s cannot hold a null character", meaning);
 }
 

@@ -128,7 +128,7 @@ private:
     void floatingPoint(Number& out);
     template <class Number>
     [[nodiscard]] static bool readNonFinite(std::string_view text, Number& out);
-    void wide(std::wstring& out, const wchar_t* meaning);
+    [[nodiscard]] bool wide(std::wstring& out, const wchar_t* meaning);
     void characters(std::wstring& out);
 
     [[nodiscard]] std::wstring describePlace() const;
