@@ -393,10 +393,10 @@ const kqx::QuatArray& ConstValueHandle::asQuatArray() const
 
 std::size_t ConstValueHandle::getSize() const
 {
-    return visitType(typeId_, [this](auto type) -> std::size_t {
+    return visitType(getTypeId(), [this](auto type) -> std::size_t {
         using T = TypeOf<decltype(type)>;
         if constexpr (kIsArray<T>)
-            return readAs<T>(*this, typeId_).size();
+            return readAs<T>(*this, getTypeId()).size();
         else
             return 1;
     });
@@ -418,11 +418,11 @@ bool ConstValueHandle::toString(kqx::String* out) const
         return true;
     return succeeds([this, out] {
         TextWriter writer; // with a text of its own, because the value may be *out
-        visitType(typeId_, [&](auto type) {
+        visitType(getTypeId(), [&](auto type) {
             using T = TypeOf<decltype(type)>;
             if constexpr (!std::is_void_v<T>)
-                writer.write(readAs<T>(*this, typeId_));
-            else if (typeId_ == AttributeType::kNull)
+                writer.write(readAs<T>(*this, getTypeId()));
+            else if (getTypeId() == AttributeType::kNull)
                 writer.write(L"NULL");
         });
         out->swap(writer.getText());
@@ -433,22 +433,22 @@ bool ConstValueHandle::toString(kqx::String* out) const
 
 bool ValueHandle::assign(const ConstValueHandle& from) const
 {
-    if (typeId_ == AttributeType::kNull)
+    if (getTypeId() == AttributeType::kNull)
         return true;
     if (isNull())
         return false;
-    return visitType(typeId_, [&](auto type) {
+    return visitType(getTypeId(), [&](auto type) {
         using T = TypeOf<decltype(type)>;
         if constexpr (std::is_void_v<T>)
             return false;
         else
-            return succeeds([&] { get<T>() = readAs<T>(from, typeId_); });
+            return succeeds([&] { get<T>() = readAs<T>(from, getTypeId()); });
     });
 }
 
 bool ValueHandle::clearToDefault() const
 {
-    return assign(ConstValueHandle(nullptr, typeId_)); // a null handle reads as the default
+    return assign(ConstValueHandle(nullptr, getTypeId())); // a null handle reads as the default
 }
 
 bool ValueHandle::reserve(std::size_t elements) const
@@ -566,7 +566,7 @@ void ValueHandle::destroy()
 {
     if (isNull())
         return;
-    visitType(typeId_, [this](auto type) {
+    visitType(getTypeId(), [this](auto type) {
         using T = TypeOf<decltype(type)>;
         if constexpr (!std::is_void_v<T>)
             std::destroy_at(static_cast<T*>(value_));

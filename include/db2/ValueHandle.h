@@ -7,6 +7,7 @@
 
 #include <concepts>
 #include <cstddef>
+#include <cstdint>
 
 namespace db2 {
 
@@ -34,7 +35,7 @@ public:
     /// A handle onto @p value, which must be an object of the type's C++ type, or null.
     ConstValueHandle(const void* value, AttributeTypeId typeId) : value_(const_cast<void*>(value)), typeId_(typeId) {}
 
-    [[nodiscard]] AttributeTypeId getTypeId() const { return typeId_; }
+    [[nodiscard]] AttributeTypeId getTypeId() const { return static_cast<AttributeTypeId>(typeId_); }
     [[nodiscard]] bool isNull() const { return value_ == nullptr; }
     [[nodiscard]] const void* getData() const { return value_; } ///< the value's storage
 
@@ -127,7 +128,9 @@ protected:
     }
 
     void* value_ = nullptr; ///< not const, because ValueHandle writes through it
-    AttributeTypeId typeId_ = AttributeType::kNoType;
+    /// An AttributeTypeId, as wide as the pointer beside it: behind a narrower one there is padding, for which compilers
+    /// hand a handle over through memory, in a way that makes the processor wait.
+    std::uintptr_t typeId_ = AttributeType::kNoType;
 };
 
 /// Reads and writes a typed value. As with a pointer, it is the value that is written: a const handle writes, too.
