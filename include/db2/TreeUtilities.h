@@ -118,7 +118,8 @@ DB2_API void dbu_copyChildrenRecursively(const Node* root, const Node* source, D
 
 /// Puts an unknown node in the place of a known one: same name, siblings, children, elements, values and references.
 /// @return the unknown node; null, changing nothing, for an unknown node, for the root, and when it cannot be made.
-///         When a layer refuses to move a child, the rest stays with the old node, and both are there.
+///         When an element cannot be made, or a layer refuses to move a child, what has not moved stays with the old
+///         node, and both are there.
 DB2_API Node* dbu_replaceKnownNodeWithUnknownNode(Node* node, DataInterface* data, CoreManager* core);
 
 /// Does that to every node of a module below @p root, for an application that goes on without the module.

@@ -231,12 +231,13 @@ private:
             from = findOutside(referenced);
         else if (referencedCopy != nullptr)
             from = findCounterpart(referenced, *referencedCopy);
+        if (from == nullptr)
+            logNoAttribute(pathOf(rootOf(isInternal), referenced));
+        if (to == nullptr)
+            logNoAttribute(pathOf(&top_, referencer));
         if (from == nullptr || to == nullptr)
-        {
-            const kqx::String lost = to == nullptr ? pathOf(&top_, referencer) : pathOf(rootOf(isInternal), referenced);
-            logError(L"'%s' does not resolve to an attribute.", lost.c_str());
-        }
-        else if (from->referentIsSingle())
+            return;
+        if (from->referentIsSingle())
             warnOfSingleOutput(pathOf(rootOf(isInternal), referenced), pathOf(&top_, referencer));
         else
             data_.db_createReference(from, to, referencer.referenceIsSingle());
@@ -253,6 +254,11 @@ private:
     }
 
     [[nodiscard]] const Node* rootOf(bool isInternal) const { return isInternal ? &top_ : root_; }
+
+    static void logNoAttribute(const kqx::String& path)
+    {
+        logError(L"'%s' does not resolve to an attribute.", path.c_str());
+    }
 
     static void warnOfSingleOutput(const kqx::String& referenced, const kqx::String& referencer)
     {

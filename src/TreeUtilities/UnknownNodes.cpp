@@ -37,6 +37,29 @@ bool moveChildren(Node& from, Node& to, DataInterface& data)
     return true;
 }
 
+namespace {
+
+/// Gives the replacement each element with its value and references. @return false when one could not be made.
+bool moveElements(Node& node, Node& replacement, DataInterface& data, CoreManager& core)
+{
+    bool allMade = true;
+    for (unsigned int i = 0; i < node.getElementCount(); ++i)
+    {
+        Element& from = *node.getElement(i);
+        Element* const to = createElementLike(from, replacement, data, core);
+        if (to == nullptr)
+        {
+            allMade = false;
+            continue;
+        }
+        copyElementValue(*to, from, data);
+        transferElementReferences(*to, from, data);
+    }
+    return allMade;
+}
+
+} // namespace
+
 Node* dbu_replaceKnownNodeWithUnknownNode(Node* node, DataInterface* data, CoreManager* core)
 {
     if (node == nullptr || data == nullptr || core == nullptr || node->isUnknown() || node->getParent() == nullptr)
@@ -49,17 +72,8 @@ Node* dbu_replaceKnownNodeWithUnknownNode(Node* node, DataInterface* data, CoreM
                                node->getNextSibling(), false, &replacement);
     if (replacement == nullptr)
         return nullptr;
-
-    for (unsigned int i = 0; i < node->getElementCount(); ++i)
-    {
-        Element& from = *node->getElement(i);
-        if (Element* const to = createElementLike(from, *replacement, *data, *core))
-        {
-            copyElementValue(*to, from, *data);
-            transferElementReferences(*to, from, *data);
-        }
-    }
-    if (!moveChildren(*node, *replacement, *data))
+    // What has not moved over is not destroyed with the node.
+    if (!moveElements(*node, *replacement, *data, *core) || !moveChildren(*node, *replacement, *data))
         return replacement;
     dbu_destroyLeafNode(node, data);
     data->db_renameNode(replacement, name.c_str());

@@ -1,4 +1,5 @@
 #include "support/EditRecorder.h"
+#include "support/HeapThatRunsOut.h"
 #include "support/Scene.h"
 #include "support/TreeDump.h"
 
@@ -182,6 +183,7 @@ TEST_F(TreeUtilitiesCopyingTest, ADynamicElementThatALayerRefusesIsPassedOver)
     EXPECT_EQ(made->findAttributeByName(L"x"), nullptr);
     ASSERT_NE(made->findAttributeByName(L"y"), nullptr);
     EXPECT_EQ(made->findAttributeByName(L"y")->getReference(), floatOf(made));
+    expectLine(LogRecorder::kError, L"'.x' does not resolve to an attribute.");
 }
 
 TEST_F(TreeUtilitiesCopyingTest, NullsGiveNullAndChangeNothing)
@@ -469,6 +471,34 @@ TEST_F(TreeUtilitiesCopyingTest, ATakenNameOnTheWayDoesNotMisleadInternalReferen
     const Node* const made = copy(a, target);
     ASSERT_NE(made->getName(), L"a");
     EXPECT_EQ(intOf(made->getFirstChild())->getReference(), intOf(made));
+}
+
+TEST_F(TreeUtilitiesCopyingTest, WithoutMemoryTheSourceStaysAsItIs)
+{
+    Node* const a = scene.node(L"a");
+    Node* const b = scene.node(L"b", a);
+    scene.write(scene.dynamicAttribute(StringAttributeMetaDataDef(), L"text", b), L"a text that needs memory");
+    resize(items(b), 20);
+    reference(intOf(a), intOf(b));
+    const std::wstring before = dumpTree(core, DumpDetail::kContent);
+    bool ranOut = true;
+    for (std::size_t granted = 0; ranOut; ++granted)
+    {
+        SCOPED_TRACE(::testing::Message() << "allocations granted: " << granted);
+        {
+            const HeapThatRunsOut heap(granted);
+            dbu_copyNodeRecursively(scene.root(), a, &core, &core, target, nullptr, nullptr, L"copy", false);
+            ranOut = heap.hasRunOut();
+        }
+        const Node* const copy = target->getFirstChild();
+        if (!ranOut)
+        {
+            EXPECT_EQ(shapeOf(copy), L"copy(b)");
+        }
+        dbu_destroyChildrenRecursively(target, &core);
+        ASSERT_TRUE(isSameDump(before, dumpTree(core, DumpDetail::kContent)));
+        ASSERT_LT(granted, 1000u);
+    }
 }
 
 // --- Into another tree ---

@@ -193,6 +193,19 @@ TEST_F(TreeUtilitiesUnknownNodesTest, AChildThatCannotBeMovedStaysWithTheOldNode
     EXPECT_EQ(made->getFirstChild()->getName(), L"x");
 }
 
+TEST_F(TreeUtilitiesUnknownNodesTest, AnElementThatCannotBeMadeStaysWithTheOldNodeAndSoDoTheChildren)
+{
+    Node* const node = scene.nodeOf(kThing, L"node");
+    scene.write(scene.dynamicAttribute(IntAttributeMetaDataDef(), L"extra", node), 7);
+    scene.nodeOf(kThing, L"x", node);
+    data.refuse(L"add 'extra'", Status::kFailure);
+    const Node* const made = replace(node);
+    ASSERT_NE(made, nullptr);
+    EXPECT_FALSE(node->isDestroyed());
+    EXPECT_EQ(node->findAttributeByName(L"extra")->getValue().getInt(), 7);
+    EXPECT_EQ(names(), L"node x node0? ");
+}
+
 // --- All nodes of a module ---
 
 TEST_F(TreeUtilitiesUnknownNodesTest, EveryNodeOfTheModuleBelowTheRootIsReplaced)
