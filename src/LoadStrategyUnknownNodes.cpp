@@ -12,6 +12,7 @@
 #include <db2/TreeUtilities.h>
 
 #include "OutOfMemory.h"
+#include "SameValue.h"
 #include "TreeUtilities/ElementCopies.h"
 
 #include <algorithm>
@@ -78,20 +79,27 @@ public:
 private:
     void convertValue(Element& to, const Element& from)
     {
-        const bool isLearnedEnum = from.isUnknown() && from.getTypeId() == AttributeType::kEnum;
-        if (!isLearnedEnum)
-            copyElementValue(to, from, data_);
-        else if (!from.isAttributeArray())
-            copyFromUnknownEnum(static_cast<Attribute&>(to), static_cast<const Attribute&>(from));
+        if (!from.isAttributeArray())
+            convertAttribute(static_cast<Attribute&>(to), static_cast<const Attribute&>(from));
         else
-            copyFromUnknownEnums(static_cast<AttributeArray&>(to), static_cast<const AttributeArray&>(from));
+            convertItems(static_cast<AttributeArray&>(to), static_cast<const AttributeArray&>(from));
     }
 
-    void copyFromUnknownEnums(AttributeArray& to, const AttributeArray& from)
+    void convertItems(AttributeArray& to, const AttributeArray& from)
     {
         data_.db_resizeAttributeArray(&to, from.getSize());
         for (unsigned int i = 0; i < std::min(to.getSize(), from.getSize()); ++i)
-            copyFromUnknownEnum(*to.getAttribute(i), *from.getAttribute(i));
+            convertAttribute(*to.getAttribute(i), *from.getAttribute(i));
+    }
+
+    void convertAttribute(Attribute& to, const Attribute& from)
+    {
+        if (from.isUnknown() && lacksValue(from))
+            return; // the type knows the default, as it would have when the file was loaded
+        if (from.isUnknown() && from.getTypeId() == AttributeType::kEnum)
+            copyFromUnknownEnum(to, from);
+        else
+            dbu_copyAttribute(&to, &from, &data_);
     }
 
     /// The two count their choices differently, so the value goes over as the choice's text.

@@ -76,4 +76,13 @@ bool hasSameBits(const ConstValueHandle& a, const ConstValueHandle& b)
     });
 }
 
+bool differsFromDefault(const Attribute& attribute)
+{
+    const ConstValueHandle value = attribute.getValue();
+    const ConstValueHandle defaultValue = attribute.getDefaultValue();
+    // A reference may show a value of another type, which has no bits to compare.
+    return !value.compare(defaultValue) ||
+           (value.getTypeId() == defaultValue.getTypeId() && !hasSameBits(value, defaultValue));
+}
+
 } // namespace db2

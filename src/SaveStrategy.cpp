@@ -21,21 +21,6 @@ bool takesPartInReference(const Attribute& attribute)
     return attribute.getReference() != nullptr || attribute.getReferents() != nullptr;
 }
 
-/// An element that a loader made or found, without ever getting a value for it.
-bool wasLoadedWithoutValue(const Attribute& attribute)
-{
-    return attribute.hasFlag(ElementFlag::kLoaded) && !attribute.hasFlag(ElementFlag::kValueLoaded);
-}
-
-bool differsFromDefault(const Attribute& attribute)
-{
-    const ConstValueHandle value = attribute.getValue();
-    const ConstValueHandle defaultValue = attribute.getDefaultValue();
-    // A reference may show a value of another type, which has no bits to compare.
-    return !value.compare(defaultValue) ||
-           (value.getTypeId() == defaultValue.getTypeId() && !hasSameBits(value, defaultValue));
-}
-
 /// The modules of the nodes of the subtrees, by their registration. Throws std::bad_alloc.
 kqtl::pod_vector<Module*> listModules(const kqtl::pod_vector<Node*>& roots)
 {
@@ -183,7 +168,7 @@ bool SaveStrategy::shouldSaveValue(const Attribute& attribute) const
     if (attribute.isUnknown() && !wasLoadedWithoutValue(attribute))
         return true;
     // The loaded file had no value for this one. What the host has written since is asked on, like any other value.
-    if (attribute.isUnknown() && !differsFromDefault(attribute))
+    if (attribute.isUnknown() && lacksValue(attribute))
         return false;
     if (attribute.hasMetaDataFlag(ElementMetaDataFlag::kAlwaysSave))
         return true;

@@ -228,6 +228,47 @@ TEST_F(LoadStrategyUnknownNodesTest, DynamicElementsAreMadeAgain)
     EXPECT_EQ(extra->getValue().getInt(), 7);
 }
 
+TEST_F(LoadStrategyUnknownNodesTest, WhatTheFileHadNoValueForHasTheDefaultOfTheType)
+{
+    constexpr unsigned int kLater = 91;
+    auto* const later = new NodeTemplate(L"Later", kLater, *arrived);
+    IntAttributeMetaDataDef five;
+    five.setDefaultValue(5);
+    for (const wchar_t* const name : {L"none", L"zero", L"null", L"written"})
+        ASSERT_EQ(later->addAttribute(five, name), Status::kSuccess);
+    five.setArray(true);
+    ASSERT_EQ(later->addAttribute(five, L"list"), Status::kSuccess);
+    ASSERT_EQ(scene.registry().registerNodeTemplate(later), Status::kSuccess);
+
+    EXPECT_EQ(load([&](TestLoader& self) {
+                  Node* const node = unknown(L"node", parent, L"Later");
+                  populate(node, L"none");
+                  write(populate(node, L"zero"), 0);
+                  self.onNullAttributeLoaded(populate(node, L"null"));
+                  scene.write(populate(node, L"written"), 3);
+                  AttributeArray* const list = populateArray(node, L"list");
+                  EXPECT_EQ(self.resizeAttributeArray(list, 2), Status::kSuccess);
+                  write(list->getAttribute(1), 0);
+                  return Status::kSuccess;
+              }),
+              Status::kSuccess);
+    dbu_copyNode(converted(L"node"), &data, &scene.core(), parent, nullptr, L"copy");
+    EXPECT_EQ(convert(), Status::kSuccess);
+    for (const wchar_t* const name : {L"node", L"copy"})
+    {
+        SCOPED_TRACE(::testing::Message() << name);
+        const Node* const made = converted(name);
+        EXPECT_EQ(valueOf(made, L"none"), 5);
+        EXPECT_EQ(valueOf(made, L"zero"), 0);
+        EXPECT_EQ(valueOf(made, L"null"), 0);
+        EXPECT_EQ(valueOf(made, L"written"), 3);
+        const AttributeArray* const list = made->findAttributeArrayByName(L"list");
+        ASSERT_EQ(list->getSize(), 2u);
+        EXPECT_EQ(list->getAttribute(0)->getValue().getInt(), 5);
+        EXPECT_EQ(list->getAttribute(1)->getValue().getInt(), 0);
+    }
+}
+
 // --- Choices ---
 
 TEST_F(LoadStrategyUnknownNodesTest, AnEnumIsCopiedByTheTextOfItsChoice)

@@ -252,7 +252,13 @@ Status LoadStrategy::onNullAttributeLoaded(Attribute* attribute)
 Status LoadStrategy::resizeAttributeArray(AttributeArray* array, unsigned int size)
 {
     const bool isLegacy = array != nullptr && array->isLegacy();
-    return isLegacy ? core_.db_resizeAttributeArray(array, size) : data_.db_resizeAttributeArray(array, size);
+    const Status status =
+        isLegacy ? core_.db_resizeAttributeArray(array, size) : data_.db_resizeAttributeArray(array, size);
+    // Nobody knows the defaults of unknown items. The mark tells those that get no value from those that do, so that
+    // they are saved, and one day converted, as items without one.
+    for (unsigned int i = 0; status == Status::kSuccess && array->isUnknown() && i < array->getSize(); ++i)
+        array->getAttribute(i)->setFlag(ElementFlag::kLoaded);
+    return status;
 }
 
 Status LoadStrategy::addUnresolvedReference(Attribute* attribute, const wchar_t* path, bool singleOutput)

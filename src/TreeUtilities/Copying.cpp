@@ -91,6 +91,19 @@ void copyShownValue(Element& to, const Element& from, Editors editors)
         dbu_copyAttribute(newItems.getAttribute(i), &editors.chains.of(*items.getAttribute(i)), &editors.data);
 }
 
+/// Hands on what an unknown element's flags say about its value in the file: a copy is saved and converted likewise.
+void copyLoadState(Element& to, const Element& from)
+{
+    constexpr std::uint32_t kLoadState = ElementFlag::kLoaded | ElementFlag::kValueLoaded;
+    to.setFlag(from.getFlags() & kLoadState);
+    if (!from.isAttributeArray())
+        return;
+    const auto& items = static_cast<const AttributeArray&>(from);
+    const auto& newItems = static_cast<const AttributeArray&>(to);
+    for (unsigned int i = 0; i < std::min(newItems.getSize(), items.getSize()); ++i)
+        newItems.getAttribute(i)->setFlag(items.getAttribute(i)->getFlags() & kLoadState);
+}
+
 void copyElements(const Node& source, Node& copy, Editors editors)
 {
     const unsigned int count = source.getElementCount(); // a copy under the source itself adds none to it
@@ -100,7 +113,11 @@ void copyElements(const Node& source, Node& copy, Editors editors)
         const bool isMade = from.isDynamic() || from.isUnknown();
         Element* const to = isMade ? createElementLike(from, copy, editors.data, editors.core) : copy.getElement(i);
         if (to != nullptr && to->isAttributeArray() == from.isAttributeArray()) // else the type is another one there
+        {
             copyShownValue(*to, from, editors);
+            if (from.isUnknown())
+                copyLoadState(*to, from);
+        }
     }
 }
 

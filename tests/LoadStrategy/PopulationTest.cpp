@@ -614,6 +614,20 @@ TEST_F(LoadStrategyPopulationTest, AnArrayIsResizedThroughTheInterface)
     });
 }
 
+TEST_F(LoadStrategyPopulationTest, ItemsOfUnknownArraysAreMarkedSoThatThoseWithoutAValueAreNotSaved)
+{
+    AttributeArray* array = nullptr;
+    duringLoad([&] {
+        array = populateArray(scene.unknownNode(L"u", parent), L"xs");
+        EXPECT_EQ(loader.resizeAttributeArray(array, 2), Status::kSuccess);
+        write(array->getAttribute(1), 0);
+    });
+    EXPECT_TRUE(array->getAttribute(0)->hasFlag(0x400));
+    EXPECT_FALSE(array->getAttribute(0)->hasFlag(0x800));
+    EXPECT_TRUE(array->getAttribute(1)->hasFlag(0x400));
+    EXPECT_TRUE(array->getAttribute(1)->hasFlag(0x800));
+}
+
 // --- Nothing where something is needed ---
 
 TEST_F(LoadStrategyPopulationTest, NullsAreRefused)
