@@ -123,7 +123,8 @@ DB2_API void dbu_copyChildrenRecursively(const Node* root, const Node* source, D
 DB2_API Node* dbu_replaceKnownNodeWithUnknownNode(Node* node, DataInterface* data, CoreManager* core);
 
 /// Does that to every node of a module below @p root, for an application that goes on without the module.
-/// Cost: the nodes and the references, and for each value the references between it and the attribute that shows it.
+/// Cost: the nodes and the references; for each value the references between it and the attribute that shows it; for each
+/// child of such a node, which moves, one step a level.
 /// @return kFailure for a null argument, else kSuccess.
 DB2_API Status dbu_convertKnownNodesInModuleToUnknownNodes(const Module* module, Node* root, DataInterface* data,
                                                            CoreManager* core);
