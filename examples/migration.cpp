@@ -1,0 +1,324 @@
+// Old files in a new application: what version 1 and version 3 of a small lighting program saved is loaded by version 4,
+// through the layers that every edit goes through.
+//
+//   version 2   the attribute "val" of a Dimmer is called "level"
+//   version 3   a Light is a PointLight or a SpotLight
+//   version 4   the choice "manual" of a Shutter's motion is called "by hand", and there are no Markers any more
+//
+// Usage: migration [the folder of the documents]
+
+#include <db2/db2.h>
+#include <db2json/JsonLoader.h>
+#include <db2json/JsonSaver.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <initializer_list>
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using db2::Status;
+
+enum TypeId : unsigned int
+{
+    kStage = 1,
+    kDimmer,
+    kPointLight,
+    kSpotLight,
+    kShutter
+};
+
+// --- The migrators: a class for each version that changed something ---
+
+class MigratorTo2 : public db2::Migrator
+{
+    const wchar_t* migrateAttributeName(const wchar_t* name, db2::Node* node) override
+    {
+        const bool isOld = node->getTypeName() == L"Dimmer" && std::wstring_view(name) == L"val";
+        return isOld ? L"level" : name;
+    }
+};
+
+/// The nodes of a type that is gone; they are there until the load ends.
+std::vector<db2::Node*> findLegacyNodes(db2::Node& loadParent, const wchar_t* typeName)
+{
+    std::vector<db2::Node*> found;
+    for (db2::NodeIterator nodes(&loadParent); nodes.next();)
+        if (nodes.node()->isLegacy() && nodes.node()->getTypeName() == typeName)
+            found.push_back(nodes.node());
+    return found;
+}
+
+/// Puts a PointLight or a SpotLight in the place of each Light. It makes them when all nodes are there, so that none gets a
+/// name that the file's references go by.
+class MigratorTo3 : public db2::Migrator
+{
+    bool onLoadBegin(db2::Node&, const wchar_t*, const wchar_t*) override
+    {
+        successors_.clear();
+        return true;
+    }
+
+    bool migrateLegacyConnection(db2::Attribute* found, db2::Attribute* holder) override
+    {
+        db2::Attribute* const referenced = successorOf(found);
+        db2::Attribute* const referencer = successorOf(holder);
+        return referenced != nullptr && referencer != nullptr &&
+               data().db_createReference(referenced, referencer, false) == Status::kSuccess;
+    }
+
+    bool onLoadSuccess(db2::Node& loadParent) override
+    {
+        for (db2::Node* const old : findLegacyNodes(loadParent, L"Light"))
+        {
+            db2::Node* const light = successorOf(*old);
+            while (db2::Node* const child = old->getFirstChild())
+                if (data().db_reparentNode(child, light, nullptr, nullptr) != Status::kSuccess)
+                    return false;
+            const kqx::String name = old->getName();
+            db2::dbu_destroyLeafNode(old, &data()); // not left to the end of the load, because its name is wanted
+            if (data().db_renameNode(light, name.c_str()) != Status::kSuccess)
+                return false;
+        }
+        return true;
+    }
+
+    /// The attribute itself, unless it is a Light's; null when nothing stands for it.
+    db2::Attribute* successorOf(db2::Attribute* attribute)
+    {
+        if (!attribute->isLegacy())
+            return attribute;
+        db2::Node& node = *attribute->getNode();
+        return node.getTypeName() == L"Light" ? successorOf(node)->findAttributeByName(attribute->getName()) : nullptr;
+    }
+
+    db2::Node* successorOf(db2::Node& old)
+    {
+        db2::Node*& light = successors_[&old];
+        if (light == nullptr)
+        {
+            data().db_createNode(isSpot(old) ? kSpotLight : kPointLight, nullptr, old.getParent(), &old, &light);
+            takeValue(old, *light, L"brightness");
+            takeValue(old, *light, L"cone");
+        }
+        return light;
+    }
+
+    /// What is not in the file was at the default that it had in version 2.
+    static bool isSpot(const db2::Node& old)
+    {
+        db2::Attribute* const kind = old.findLegacyAttributeByName(L"kind");
+        if (kind == nullptr)
+            return false;
+        kind->setLegacyElementHandled();
+        const auto* const choices = static_cast<const db2::EnumAttributeMetaData*>(kind->getMetaData());
+        return kind->getValue().getInt() == choices->getChoiceIndex(L"spot");
+    }
+
+    void takeValue(const db2::Node& old, const db2::Node& light, const wchar_t* name) const
+    {
+        db2::Attribute* const from = old.findLegacyAttributeByName(name);
+        if (from == nullptr)
+            return;
+        db2::Attribute* const to = light.findAttributeByName(name);
+        if (to != nullptr && from->hasFlag(db2::ElementFlag::kValueLoaded)) // else there is a reference, or no value
+            db2::dbu_copyAttribute(to, from, &data());
+        from->setLegacyElementHandled();
+    }
+
+    db2::DataInterface& data() const { return *static_cast<db2::DataInterface*>(getAPI()); }
+
+    std::map<const db2::Node*, db2::Node*> successors_;
+};
+
+class MigratorTo4 : public db2::Migrator
+{
+    const wchar_t* migrateEnumChoice(const wchar_t* choice, const wchar_t* attributeName, db2::Node* node) override
+    {
+        const bool isOld = node->getTypeName() == L"Shutter" && std::wstring_view(attributeName) == L"motion" &&
+                           std::wstring_view(choice) == L"manual";
+        return isOld ? L"by hand" : choice;
+    }
+
+    bool onLoadSuccess(db2::Node& loadParent) override
+    {
+        for (db2::Node* const marker : findLegacyNodes(loadParent, L"Marker"))
+        {
+            marker->setLegacyNodeHandled(); // goes when the load ends, and its children take its place
+            for (unsigned int i = 0; i < marker->getLegacyElementCount(); ++i)
+                marker->getLegacyElement(i)->setLegacyElementHandled();
+        }
+        return true;
+    }
+};
+
+// --- The application, version 4 ---
+
+class ConsoleLogger : public KQutils::BasicLogger
+{
+public:
+    void log(int level, const wchar_t* text) override { std::printf("[%d] %ls\n", level, text); }
+};
+
+void addType(db2::NodeRegistry& registry, const db2::Module& module, TypeId id, const wchar_t* name,
+             std::initializer_list<std::pair<const wchar_t*, const db2::ElementMetaDataDef&>> attributes)
+{
+    auto* const type = new db2::NodeTemplate(name, id, module); // the registry's from its registration on
+    for (const auto& [attributeName, definition] : attributes)
+        type->addAttribute(definition, attributeName);
+    registry.registerNodeTemplate(type);
+}
+
+void addTypes(db2::NodeRegistry& registry, const db2::Module& module)
+{
+    const db2::FloatAttributeMetaDataDef number;
+    db2::FloatAttributeMetaDataDef brightness, cone;
+    brightness.setDefaultValue(1.0f);
+    cone.setDefaultValue(45.0f);
+    db2::EnumAttributeMetaDataDef motion;
+    motion.addChoice(L"motor");
+    motion.addChoice(L"by hand");
+    addType(registry, module, kStage, L"Stage", {});
+    addType(registry, module, kDimmer, L"Dimmer", {{L"level", number}});
+    addType(registry, module, kPointLight, L"PointLight", {{L"brightness", brightness}});
+    addType(registry, module, kSpotLight, L"SpotLight", {{L"brightness", brightness}, {L"cone", cone}});
+    addType(registry, module, kShutter, L"Shutter", {{L"motion", motion}});
+}
+
+/// The bytes of a file; empty when it cannot be read.
+std::string contentOf(const std::filesystem::path& path)
+{
+    db2::FileInputStream file(path.wstring().c_str(), db2::FileOpenMode::kBinary);
+    unsigned int size = 0;
+    const char* const bytes = file.getData(size);
+    return bytes != nullptr ? std::string(bytes, size) : std::string();
+}
+
+/// An open document: its tree, behind the layers that every edit goes through. Here that is undo; a host has more.
+class Document
+{
+public:
+    explicit Document(const db2::NodeRegistry& registry) : core(registry, kStage), undo(&core, core) {}
+
+    /// Loads a file whole or not at all.
+    Status load(db2::InputStream& file, const wchar_t* name)
+    {
+        const unsigned int before = undo.createRollbackPoint();
+        db2::JsonLoader loader(file, undo, core, 0, &migratorsRun);
+        const Status status = loader.load(*core.getRoot(), name);
+        lost = {loader.getNumUnhandledLegacyNodes(), loader.getNumUnhandledLegacyElements(),
+                loader.getNumUnhandledLegacyConnections()};
+        if (status == Status::kSuccess || status == Status::kLoadedWithMigration)
+            undo.db_commit(L"Load", L"migration.cpp", __LINE__);
+        else
+            undo.rollback(before); // a loss counts as a failure: nobody was asked
+        return status;
+    }
+
+    Status load(const std::filesystem::path& path)
+    {
+        db2::FileInputStream file(path.wstring().c_str(), db2::FileOpenMode::kBinary);
+        return load(file, path.wstring().c_str());
+    }
+
+    /// Did the last load run the migrators for these versions, in this order?
+    [[nodiscard]] bool hasRun(std::initializer_list<unsigned int> versions) const
+    {
+        const auto isOfVersion = [](const db2::Migrator* ran, unsigned int version) {
+            return ran->getVersion() == version;
+        };
+        return std::equal(migratorsRun.begin(), migratorsRun.end(), versions.begin(), versions.end(), isOfVersion);
+    }
+
+    /// What a save writes now. Empty when it fails.
+    [[nodiscard]] std::string savedText() const
+    {
+        db2::MemoryBlock block;
+        db2::MemoryOutputStream stream(block, db2::OutputStreamEncoding::kUtf8);
+        db2::JsonSaver saver(stream, L"stage");
+        saver.addChildNodes(core.getRoot());
+        return saver.save() == Status::kSuccess ? std::string(block.getData(), block.getUsedSize()) : std::string();
+    }
+
+    db2::CoreManager core;
+    db2::UndoManager undo;
+    kqtl::pod_vector<db2::Migrator*> migratorsRun; ///< by the last load
+    std::array<unsigned int, 3> lost{};            ///< nodes, elements and connections that no migrator dealt with
+};
+
+bool check(bool holds, const char* what)
+{
+    std::printf("%s: %s\n", what, holds ? "yes" : "NO");
+    return holds;
+}
+
+bool demonstrate(Document& document, const std::filesystem::path& folder)
+{
+    const std::string empty = document.savedText();
+
+    Status status = document.load(folder / "stage_v1.json");
+    bool isRight = check(status == Status::kLoadedWithMigration && document.hasRun({2, 3, 4}), "version 1 is migrated");
+    const std::string migrated = document.savedText();
+    isRight &= check(migrated == contentOf(folder / "stage_v4.json"), "to what version 4 would have saved");
+    document.undo.undo();
+    isRight &= check(document.savedText() == empty, "undo takes the load back");
+    document.undo.redo();
+    isRight &= check(document.savedText() == migrated, "redo brings the migrated nodes back");
+    document.undo.undo();
+
+    // Version 3 was built without the migrator for 2, found a "val" in an older file, and kept it as it was.
+    status = document.load(folder / "stage_v3_gap.json");
+    isRight &= check(status == Status::kLoadedWithMigration && document.hasRun({2, 4}), "the gap is filled first");
+    const db2::Node* const dimmer = document.core.getRoot()->findChildByName(L"dimmer");
+    isRight &=
+        check(dimmer->findAttributeByName(L"level")->getValue().getFloat() == 0.75f, "what was kept is migrated");
+    const std::string before = document.savedText();
+
+    // Nobody wrote a migrator for fading Dimmers and Fog.
+    status = document.load(folder / "stage_v1_fog.json");
+    isRight &= check(status == Status::kLoadedWithUnhandledLegacyData, "data that no migrator deals with is reported");
+    isRight &= check(document.lost == std::array{1u, 2u, 1u}, "and counted: a node, two attributes, a reference");
+    isRight &= check(document.savedText() == before, "the load is rolled back");
+
+    const std::string text = contentOf(folder / "stage_v1.json");
+    const db2::MemoryBlock half(text.data(), static_cast<std::uint32_t>(text.size() / 2));
+    db2::MemoryInputStream cut(half);
+    isRight &= check(document.load(cut, L"half a file") == Status::kFailure, "a damaged file is refused");
+    isRight &= check(document.savedText() == before, "the nodes that it had made are gone");
+    return isRight;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    ConsoleLogger logger;
+    MigratorTo2 to2;
+    MigratorTo3 to3;
+    MigratorTo4 to4;
+    db2::initLibrary(&logger, L"Stage 4.0");
+    auto* const module = new db2::Module; // the library owns it from its registration on
+    module->setId(L"Stage");
+    module->setDataVersion(4);
+    module->registerMigrator(&to2, 2);
+    module->registerMigrator(&to3, 3);
+    module->registerMigrator(&to4, 4);
+    db2::registerModule(module);
+    bool isRight = false;
+    {
+        db2::NodeRegistry registry;
+        addTypes(registry, *module);
+        Document document(registry);
+        to3.setAPI(static_cast<db2::DataInterface*>(&document.undo)); // migrators edit through the layers, too
+        isRight = demonstrate(document, argc > 1 ? argv[1] : "examples/data");
+    }
+    db2::termLibrary();
+    return isRight ? 0 : 1;
+}
