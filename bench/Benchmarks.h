@@ -8,5 +8,7 @@ void addReferenceBenchmarks();
 void addElementBenchmarks();
 void addNameBenchmarks();
 void addEditingBenchmarks();
+void addCopyBenchmarks();
+void addFileBenchmarks(); ///< only with the JSON format
 
 } // namespace db2bench

@@ -28,10 +28,7 @@ void DatabaseEditor::set(NodeRef node, float f0)
 
 void DatabaseEditor::destroy(NodeRef top)
 {
-    if (top->getFirstChild() != nullptr)
-        for (db2::NodeIteratorPostOrder nodes(top); nodes.next();)
-            mustSucceed(undo_.db_destroyLeafNode(nodes.node()));
-    mustSucceed(undo_.db_destroyLeafNode(top));
+    db2::dbu_destroyNodeRecursively(top, &undo_); // the check of the pass tells whether it did
 }
 
 DatabaseEditor::NodeRef DatabaseEditor::find(std::wstring_view path)

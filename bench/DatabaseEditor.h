@@ -42,6 +42,7 @@ public:
             see(child);
     }
 
+    [[nodiscard]] static std::wstring_view nameOf(NodeRef node) { return DatabaseTree::nameOf(node); }
     [[nodiscard]] static float f0(NodeRef node) { return DatabaseTree::attribute(node, 0)->getValue().asFloat(); }
     [[nodiscard]] static bool holds(NodeRef node, const Values<wchar_t>& values)
     {
@@ -65,6 +66,11 @@ public:
     void setLocal(int index, float value);
     void updateComputed() { commit(); }
     [[nodiscard]] float world(int index) const;
+
+    // --- For benchmarks of the library alone ---
+
+    [[nodiscard]] DatabaseTree& tree() { return tree_; } ///< which edits through the whole chain
+    [[nodiscard]] db2::DataInterface& outermostLayer() { return undo_; }
 
 private:
     /// Goes through the values that a unit of work wrote.

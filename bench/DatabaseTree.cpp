@@ -8,17 +8,23 @@
 namespace db2bench {
 namespace {
 
-/// Named by every type; it belongs to no table, which only files need.
-const db2::Module& benchModule()
-{
-    static const db2::Module module;
-    return module;
-}
-
 void mustSucceed(db2::Status status)
 {
     if (status != db2::Status::kSuccess)
         throw std::runtime_error("the node types of the benchmarks were refused");
+}
+
+/// Named by every type, and registered, because a load looks for the module of each node. The library owns it.
+const db2::Module& benchModule()
+{
+    static const db2::Module* const module = [] {
+        auto* const made = new db2::Module;
+        made->setId(L"bench");
+        made->setDataVersion(1);
+        mustSucceed(db2::registerModule(made));
+        return made;
+    }();
+    return *module;
 }
 
 db2::NodeTemplate* makeType(const wchar_t* name, DatabaseTree::TypeId typeId)

@@ -19,6 +19,41 @@ void FloorEditor::destroy(NodeRef top)
     }
 }
 
+FloorEditor::NodeRef FloorEditor::copy(NodeRef top, std::string_view name)
+{
+    const auto copyOne = [this](const Item& from, Item* parent, std::string_view as) {
+        Item* const made = createEmpty(parent, as);
+        made->f0 = from.f0;
+        made->f1 = from.f1;
+        made->i = from.i;
+        made->b = from.b;
+        made->s = from.s;
+        made->v = from.v;
+        made->m = from.m;
+        made->c = from.c;
+        return made;
+    };
+    Item* const topCopy = copyOne(*top, root(), name);
+    Item* parent = topCopy;
+    for (const Item* item = top->first; item != nullptr;)
+    {
+        Item* const made = copyOne(*item, parent, item->name);
+        if (item->first != nullptr)
+        {
+            parent = made;
+            item = item->first;
+            continue;
+        }
+        while (item != top && item->next == nullptr)
+        {
+            item = item->owner;
+            parent = parent->owner;
+        }
+        item = item != top ? item->next : nullptr;
+    }
+    return topCopy;
+}
+
 void FloorEditor::commit()
 {
     isRecording_ = false;

@@ -23,14 +23,23 @@ public:
     /// Null when the name is taken.
     NodeRef create(NodeRef parent, const NumberedText<char>& name, const Values<char>& values)
     {
+        NodeRef const item = createEmpty(parent, name.view());
+        if (item != nullptr)
+            write(item, values);
+        return item;
+    }
+
+    /// The same with values that are 0 and empty.
+    NodeRef createEmpty(NodeRef parent, std::string_view name)
+    {
         NodeRef const item = FloorTree::create(parent, name);
-        if (item == nullptr)
-            return nullptr;
-        write(item, values);
-        if (isRecording_)
+        if (item != nullptr && isRecording_)
             open_.push_back({item, nullptr, 0, Kind::kCreate});
         return item;
     }
+
+    /// A copy of @p top with all that is below it, last under the root. Within a unit of work.
+    NodeRef copy(NodeRef top, std::string_view name);
 
     [[nodiscard]] NodeRef child(NodeRef parent, std::string_view name) const { return FloorTree::find(parent, name); }
 

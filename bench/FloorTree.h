@@ -55,15 +55,16 @@ public:
     static std::string_view nameOf(NodeRef node) { return node->name; }
 
     /// Null when the name is taken.
-    NodeRef create(NodeRef parent, const NumberedText<char>& name)
+    NodeRef create(NodeRef parent, const NumberedText<char>& name) { return create(parent, name.view()); }
+    NodeRef create(NodeRef parent, std::string_view name)
     {
-        const std::uint32_t hash = Names::hashOf(name.view());
-        if (names_.find(parent, name.view(), hash) != nullptr)
+        const std::uint32_t hash = Names::hashOf(name);
+        if (names_.find(parent, name, hash) != nullptr)
             return nullptr;
         auto* const item = new Item;
         item->owner = parent;
         item->hash = hash;
-        item->name = name.view();
+        item->name = name;
         putIn(*item, nullptr);
         return item;
     }

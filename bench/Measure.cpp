@@ -1,7 +1,9 @@
 #include "Measure.h"
 
 #include <exception>
+#include <fstream>
 #include <limits>
+#include <string>
 
 #include <time.h>
 
@@ -24,6 +26,16 @@ void carryOut(Pass pass, benchmark::State& state, std::size_t count)
     }
 }
 
+/// A figure of the system's about this process, such as "VmRSS".
+std::size_t statusBytes(const std::string& key)
+{
+    std::ifstream lines("/proc/self/status");
+    for (std::string line; std::getline(lines, line);)
+        if (line.compare(0, key.size() + 1, key + ':') == 0)
+            return std::stoul(line.substr(key.size() + 1)) * 1024;
+    return 0;
+}
+
 } // namespace
 
 void addBenchmark(const std::string& workload, const std::string& variant, const std::string& side, Pass pass,
@@ -41,6 +53,21 @@ void addBenchmark(const std::string& workload, const std::string& variant, const
         };
         benchmark::RegisterBenchmark(name.c_str(), run)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
     }
+}
+
+std::size_t residentBytes()
+{
+    return statusBytes("VmRSS");
+}
+
+std::size_t peakResidentBytes()
+{
+    return statusBytes("VmHWM");
+}
+
+void restartPeak()
+{
+    std::ofstream("/proc/self/clear_refs") << '5'; // Linux's word for it
 }
 
 double cpuSeconds()

@@ -40,6 +40,12 @@ void returnFreeMemory();
 /// Bytes of the heap that are allocated, the heap's own overhead included; 0 where the platform does not tell.
 [[nodiscard]] std::size_t heapBytesInUse();
 
+/// Bytes of memory that this process has at the moment, and the most that it had since restartPeak() or, where the system
+/// cannot restart it, since its start; 0 where the platform does not tell.
+[[nodiscard]] std::size_t residentBytes();
+[[nodiscard]] std::size_t peakResidentBytes();
+void restartPeak();
+
 /// User and system time of this process so far.
 [[nodiscard]] double cpuSeconds();
 
@@ -56,6 +62,21 @@ double measure(benchmark::State& state, std::size_t operations, Work work)
     state.SetIterationTime(seconds);
     state.counters[kCostCounter] = seconds * 1e9 / static_cast<double>(operations);
     return static_cast<double>(heapAfter) - static_cast<double>(heapBefore);
+}
+
+/// measure() for work whose peak of memory counts. Sets the counters peak_bytes, of the process, and extra_bytes: how far
+/// the peak of the work stood above what was there before and what it leaves in the heap.
+template <class Work>
+double measureWithPeak(benchmark::State& state, std::size_t operations, Work work)
+{
+    returnFreeMemory(); // of the set-up, which the work could use unseen
+    restartPeak();
+    const auto before = static_cast<double>(residentBytes());
+    const double heapGrowth = measure(state, operations, work);
+    const auto peak = static_cast<double>(peakResidentBytes());
+    state.counters["peak_bytes"] = peak;
+    state.counters["extra_bytes"] = peak - before - heapGrowth;
+    return heapGrowth;
 }
 
 /// CPU seconds after which a loop of single operations stops: enough to know what one of them costs, however slow.

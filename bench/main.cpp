@@ -15,6 +15,10 @@ void addAll()
     db2bench::addElementBenchmarks();
     db2bench::addNameBenchmarks();
     db2bench::addEditingBenchmarks();
+    db2bench::addCopyBenchmarks();
+#if defined(KQDB_BENCH_FILES)
+    db2bench::addFileBenchmarks();
+#endif
 }
 
 } // namespace
