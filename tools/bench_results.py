@@ -6,7 +6,9 @@ from collections import defaultdict
 
 OURS = ("floor", "db2")
 # The workloads that go through the whole chain of layers, and that peers carry out, too.
-EDITING = ("unit_of_work", "commit_each", "compute_tree", "compute_chain", "find_path", "subtree", "chain")
+EDITING = ("unit_of_work", "commit_each", "compute_tree", "compute_chain", "find_path", "subtree", "chain", "copy")
+# Files, which peers write and read, too.
+FILES = ("text_file",)
 CRASH = "crash"
 OVER_THE_LIMIT = "over the limit"
 FINDINGS = (CRASH, OVER_THE_LIMIT)  # what a peer may do without the run being a failure
@@ -50,6 +52,9 @@ class Results:
                     "renamed",
                     "node_block_bytes",
                     "stopped_after",
+                    "file_bytes_per_node",
+                    "peak_bytes",
+                    "extra_bytes",
                 ):
                     self.samples[key][counter].append(float(value))
         self.sides.sort(key=lambda side: (OURS.index(side) if side in OURS else len(OURS), side))

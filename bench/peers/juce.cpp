@@ -1,7 +1,8 @@
-// bench_juce: the editing benchmarks with JUCE's ValueTree and UndoManager. One tree object a node; its name and values
-// are properties, vectors, matrices and colours as binary ones.
+// bench_juce: the editing and file benchmarks with JUCE's ValueTree and UndoManager. One tree object a node; its name and values
+// are properties, vectors, matrices and colours as binary ones. Files are the XML that JUCE makes of a tree.
 
 #include "EditingWorkloads.h"
+#include "FileWorkloads.h"
 #include "Program.h"
 
 #include <juce_data_structures/juce_data_structures.h>
@@ -39,6 +40,7 @@ class JuceEditor
 {
 public:
     static constexpr const char* kSide = "juce";
+    static constexpr const char* kFileExtension = ".xml";
     static constexpr bool kIsLeftInMemory = true;
     using Character = char;
     using NodeRef = juce::ValueTree;
@@ -101,6 +103,19 @@ public:
         root_.addListener(&counter_);
     }
 
+    bool save(const std::string& path)
+    {
+        const auto xml = root_.createXml();
+        return xml != nullptr && xml->writeTo(juce::File(text(path)));
+    }
+    bool load(const std::string& path)
+    {
+        const auto xml = juce::parseXML(juce::File(text(path)));
+        if (xml != nullptr)
+            root_ = juce::ValueTree::fromXml(*xml);
+        return xml != nullptr && root_.isValid();
+    }
+
     void buildComputed(const std::vector<int>& parents)
     {
         for (std::size_t i = 0; i < parents.size(); ++i)
@@ -155,5 +170,8 @@ private:
 int main(int argc, char** argv)
 {
     const juce::ScopedJuceInitialiser_GUI events; // what the undo manager tells its listeners goes through; no display
-    return runBenchmarks(argc, argv, addEditingBenchmarks<JuceEditor>);
+    return runBenchmarks(argc, argv, [] {
+        addEditingBenchmarks<JuceEditor>();
+        addFileBenchmarks<JuceEditor>();
+    });
 }

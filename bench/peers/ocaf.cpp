@@ -1,7 +1,8 @@
-// bench_ocaf: the editing benchmarks with Open CASCADE's OCAF. One label a node; its values are attributes of the label,
+// bench_ocaf: the editing and file benchmarks with Open CASCADE's OCAF. One label a node; its values are attributes of the label,
 // told apart by GUID. Undo is that of the document, computed values are functions with their graph.
 
 #include "EditingWorkloads.h"
+#include "FileWorkloads.h"
 #include "Program.h"
 
 #include <BinLDrivers.hxx>
@@ -25,6 +26,7 @@
 #include <TFunction_GraphNode.hxx>
 #include <TFunction_Logbook.hxx>
 #include <TFunction_Scope.hxx>
+#include <XmlLDrivers.hxx>
 
 #include <array>
 #include <climits>
@@ -115,6 +117,7 @@ class OcafEditor
 {
 public:
     static constexpr const char* kSide = "ocaf";
+    static constexpr const char* kFileExtension = ".xml";
     static constexpr bool kIsLeftInMemory = true;
     using Character = char;
     using NodeRef = TDF_Label;
@@ -122,6 +125,7 @@ public:
     OcafEditor()
     {
         BinLDrivers::DefineFormat(application_);
+        XmlLDrivers::DefineFormat(application_);
         application_->NewDocument("BinLOcaf", document_);
     }
     OcafEditor(const OcafEditor&) = delete;
@@ -193,6 +197,20 @@ public:
         document_->ClearRedos();
     }
     void observe(std::size_t* counter) { application_->count = counter; }
+
+    bool save(const std::string& path)
+    {
+        document_->ChangeStorageFormat("XmlLOcaf");
+        return application_->SaveAs(document_, path.c_str()) == PCDM_SS_OK;
+    }
+    bool load(const std::string& path)
+    {
+        Handle(TDocStd_Document) loaded;
+        if (application_->Open(path.c_str(), loaded) != PCDM_RS_OK)
+            return false;
+        document_ = loaded;
+        return true;
+    }
 
     void buildComputed(const std::vector<int>& parents);
     void setLocal(int index, float value);
@@ -267,5 +285,8 @@ void OcafEditor::updateComputed()
 
 int main(int argc, char** argv)
 {
-    return runBenchmarks(argc, argv, addEditingBenchmarks<OcafEditor>);
+    return runBenchmarks(argc, argv, [] {
+        addEditingBenchmarks<OcafEditor>();
+        addFileBenchmarks<OcafEditor>();
+    });
 }

@@ -1,16 +1,21 @@
-// bench_qt: the editing benchmarks with Qt's QStandardItemModel and QUndoStack. One item a node, one role a value; the
-// commands are written by hand, as every Qt program must. Computed values are QProperty bindings.
+// bench_qt: the editing and file benchmarks with Qt's QStandardItemModel and QUndoStack. One item a node, one role a value; the
+// commands are written by hand, as every Qt program must, and so are the files, with Qt's XML streams. Computed values are
+// QProperty bindings.
 
 #include "EditingWorkloads.h"
+#include "FileWorkloads.h"
 #include "Program.h"
 
 #include <QColor>
 #include <QCoreApplication>
+#include <QFile>
 #include <QMatrix4x4>
 #include <QProperty>
 #include <QStandardItemModel>
 #include <QUndoStack>
 #include <QVector3D>
+#include <QXmlStreamReader>
+#include <QXmlStreamWriter>
 
 #include <memory>
 
@@ -94,10 +99,71 @@ QColor colour(const std::array<float, 4>& c)
     return QColor::fromRgbF(c[0], c[1], c[2], c[3]);
 }
 
+// --- Files ---
+
+constexpr int kExactDigits = 9; // of a float, so that it reads back the same
+
+QString asText(float value)
+{
+    return QString::number(value, 'g', kExactDigits);
+}
+
+QString asText(const float* values, std::size_t count)
+{
+    QString joined;
+    for (std::size_t i = 0; i < count; ++i)
+        joined += asText(values[i]) + u' ';
+    return joined;
+}
+
+template <std::size_t size>
+std::array<float, size> asFloats(QStringView joined)
+{
+    std::array<float, size> values{};
+    std::size_t i = 0;
+    for (const auto part : joined.tokenize(u' ', Qt::SkipEmptyParts))
+        if (i < size)
+            values[i++] = part.toFloat();
+    return values;
+}
+
+void writeItem(QXmlStreamWriter& out, const QStandardItem& item)
+{
+    const auto vector = item.data(kV).value<QVector3D>();
+    const auto matrix = item.data(kM).value<QMatrix4x4>();
+    std::array<float, 16> rows{};
+    matrix.copyDataTo(rows.data());
+    const auto colour = item.data(kC).value<QColor>();
+    out.writeAttribute("name", item.text());
+    out.writeAttribute("f0", asText(item.data(kF0).toFloat()));
+    out.writeAttribute("f1", asText(item.data(kF1).toFloat()));
+    out.writeAttribute("i", QString::number(item.data(kI).toInt()));
+    out.writeAttribute("b", item.data(kB).toBool() ? "1" : "0");
+    out.writeAttribute("s", item.data(kS).toString());
+    out.writeAttribute("v", asText(std::array{vector.x(), vector.y(), vector.z()}.data(), 3));
+    out.writeAttribute("m", asText(rows.data(), rows.size()));
+    out.writeAttribute(
+        "c", asText(std::array{float(colour.redF()), float(colour.greenF()), float(colour.blueF()), float(colour.alphaF())}
+                        .data(),
+                    4));
+}
+
+/// The item with everything below it. Recursive, as what is written by hand usually is.
+void writeTree(QXmlStreamWriter& out, const QStandardItem& item, bool isRoot)
+{
+    out.writeStartElement("node");
+    if (!isRoot)
+        writeItem(out, item);
+    for (int row = 0, count = item.rowCount(); row < count; ++row)
+        writeTree(out, *item.child(row), false);
+    out.writeEndElement();
+}
+
 class QtEditor
 {
 public:
     static constexpr const char* kSide = "qt";
+    static constexpr const char* kFileExtension = ".xml";
     static constexpr bool kIsLeftInMemory = true;
     using Character = char;
     using NodeRef = QStandardItem*;
@@ -108,14 +174,7 @@ public:
     NodeRef create(NodeRef parent, const NumberedText<char>& name, const Values<char>& values)
     {
         auto* const node = new QStandardItem(text(name.view()));
-        node->setData(values.f0, kF0);
-        node->setData(values.f1, kF1);
-        node->setData(values.i, kI);
-        node->setData(values.b, kB);
-        node->setData(text(values.s.view()), kS);
-        node->setData(QVector3D(values.v[0], values.v[1], values.v[2]), kV);
-        node->setData(QMatrix4x4(values.m.data()), kM);
-        node->setData(colour(values.c), kC);
+        setValues(*node, values, text(values.s.view()));
         if (isRecording_)
             stack_.push(new Insert(parent, node, parent->rowCount(), false));
         else
@@ -186,6 +245,35 @@ public:
         QObject::connect(&model_, &QStandardItemModel::itemChanged, [counter](QStandardItem*) { ++*counter; });
     }
 
+    bool save(const std::string& path)
+    {
+        QFile file(text(path));
+        if (!file.open(QIODevice::WriteOnly))
+            return false;
+        QXmlStreamWriter out(&file);
+        out.writeStartDocument();
+        writeTree(out, *root(), true);
+        out.writeEndDocument();
+        return !out.hasError() && file.flush();
+    }
+    bool load(const std::string& path)
+    {
+        QFile file(text(path));
+        if (!file.open(QIODevice::ReadOnly))
+            return false;
+        QXmlStreamReader in(&file);
+        std::vector<NodeRef> open;
+        while (!in.atEnd())
+        {
+            const auto token = in.readNext();
+            if (token == QXmlStreamReader::EndElement)
+                open.pop_back();
+            if (token == QXmlStreamReader::StartElement)
+                open.push_back(open.empty() ? root() : readItem(in.attributes(), open.back()));
+        }
+        return !in.hasError();
+    }
+
     void buildComputed(const std::vector<int>& parents)
     {
         for (std::size_t i = 0; i < parents.size(); ++i)
@@ -202,6 +290,34 @@ public:
     float world(int index) { return computed_[std::size_t(index)]->world.value(); }
 
 private:
+    static void setValues(QStandardItem& node, const Values<char>& values, const QString& s)
+    {
+        node.setData(values.f0, kF0);
+        node.setData(values.f1, kF1);
+        node.setData(values.i, kI);
+        node.setData(values.b, kB);
+        node.setData(s, kS);
+        node.setData(QVector3D(values.v[0], values.v[1], values.v[2]), kV);
+        node.setData(QMatrix4x4(values.m.data()), kM);
+        node.setData(colour(values.c), kC);
+    }
+
+    static NodeRef readItem(const QXmlStreamAttributes& attributes, NodeRef parent)
+    {
+        Values<char> values;
+        values.f0 = attributes.value("f0").toFloat();
+        values.f1 = attributes.value("f1").toFloat();
+        values.i = attributes.value("i").toInt();
+        values.b = attributes.value("b") == u"1";
+        values.v = asFloats<3>(attributes.value("v"));
+        values.m = asFloats<16>(attributes.value("m"));
+        values.c = asFloats<4>(attributes.value("c"));
+        auto* const node = new QStandardItem(attributes.value("name").toString());
+        setValues(*node, values, attributes.value("s").toString());
+        parent->appendRow(node);
+        return node;
+    }
+
     struct Computed
     {
         QProperty<float> local{1};
@@ -220,5 +336,8 @@ private:
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    return runBenchmarks(argc, argv, addEditingBenchmarks<QtEditor>);
+    return runBenchmarks(argc, argv, [] {
+        addEditingBenchmarks<QtEditor>();
+        addFileBenchmarks<QtEditor>();
+    });
 }
