@@ -117,7 +117,7 @@ class OcafEditor
 {
 public:
     static constexpr const char* kSide = "ocaf";
-    static constexpr const char* kFileExtension = ".xml";
+    static constexpr const char* kFileExtension = ".xmll"; // it appends this to any other
     static constexpr bool kIsLeftInMemory = true;
     using Character = char;
     using NodeRef = TDF_Label;
