@@ -22,8 +22,8 @@ FloorEditor::NodeRef copyTop(FloorEditor& floor)
 
 DatabaseEditor::NodeRef copyTop(DatabaseEditor& editor)
 {
-    return db2::dbu_copyNodeRecursively(nullptr, topOf(editor), &editor.outermostLayer(), &editor.tree().core(), nullptr,
-                                        nullptr, nullptr, L"copy", false);
+    return db2::dbu_copyNodeRecursively(nullptr, topOf(editor), &editor.outermostLayer(), &editor.tree().core(),
+                                        nullptr, nullptr, nullptr, L"copy", false);
 }
 
 /// Those below @p top, parents before children. Two subtrees that are alike give their nodes in one order.
@@ -85,9 +85,9 @@ void copyReferencesPass(benchmark::State& state, std::size_t count)
     std::shuffle(referenced.begin(), referenced.end(), std::mt19937(42));
     bool right = true;
     for (std::size_t i = 0; i < count; ++i)
-        right = document.side->outermostLayer().db_createReference(
-                    DatabaseTree::attribute(originals[referenced[i]], 0), DatabaseTree::attribute(originals[i], 1),
-                    false) == db2::Status::kSuccess &&
+        right = document.side->outermostLayer().db_createReference(DatabaseTree::attribute(originals[referenced[i]], 0),
+                                                                   DatabaseTree::attribute(originals[i], 1),
+                                                                   false) == db2::Status::kSuccess &&
                 right;
     document.side->settle();
 

@@ -142,10 +142,10 @@ void writeItem(QXmlStreamWriter& out, const QStandardItem& item)
     out.writeAttribute("s", item.data(kS).toString());
     out.writeAttribute("v", asText(std::array{vector.x(), vector.y(), vector.z()}.data(), 3));
     out.writeAttribute("m", asText(rows.data(), rows.size()));
-    out.writeAttribute(
-        "c", asText(std::array{float(colour.redF()), float(colour.greenF()), float(colour.blueF()), float(colour.alphaF())}
-                        .data(),
-                    4));
+    out.writeAttribute("c", asText(std::array{float(colour.redF()), float(colour.greenF()), float(colour.blueF()),
+                                              float(colour.alphaF())}
+                                       .data(),
+                                   4));
 }
 
 /// The item with everything below it. Recursive, as what is written by hand usually is.
