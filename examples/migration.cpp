@@ -1,4 +1,4 @@
-// Old files in a new application: what version 1 and version 3 of a small lighting program saved is loaded by version 4,
+// Old files in a new application: what versions 1 and 3 of a small lighting program saved is loaded by its version 4,
 // through the layers that every edit goes through.
 //
 //   version 2   the attribute "val" of a Dimmer is called "level"
@@ -56,7 +56,7 @@ std::vector<db2::Node*> findLegacyNodes(db2::Node& loadParent, const wchar_t* ty
     return found;
 }
 
-/// Puts a PointLight or a SpotLight in the place of each Light. It makes them when all nodes are there, so that none gets
+/// Puts a PointLight or a SpotLight in the place of each Light. Makes them when all nodes are there, so that none gets
 /// a name that the file's references go by.
 class MigratorTo3 : public db2::Migrator
 {
