@@ -75,6 +75,12 @@ class Results:
             return None
         return min(self.values(workload, side, size, counter), default=None)
 
+    def most(self, workload, side, size, counter):
+        """The largest sample, or None. For what is to stay small: a later pass can use what earlier ones left."""
+        if (workload, side, size) in self.failures:
+            return None
+        return max(self.values(workload, side, size, counter), default=None)
+
     def errors(self):
         """What did not do its work, as texts."""
         return [
