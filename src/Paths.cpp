@@ -113,7 +113,8 @@ private:
         return out != nullptr;
     }
 
-    /// Legacy elements bear the mapped names, and come first; unknown nodes know no migrators.
+    /// Looks for the mapped name, among the legacy elements first; unknown nodes know no migrators. The elements of a legacy
+    /// node keep the names that their file has, so a migrator that maps one of them there hides it from paths.
     template <class Kind>
     Kind* findMigrated(const kqx::String& name, Kind* (Node::*find)(const wchar_t*) const,
                        Kind* (Node::*findLegacy)(const wchar_t*) const)

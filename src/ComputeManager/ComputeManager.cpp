@@ -272,9 +272,8 @@ bool ComputeManager::bringUpToDate()
     const bool usesQueue = !needsRebuild_ && !isCacheValid_;
     Statistics& statistics = usesQueue ? priorityQueueUse_ : needsRebuild_ ? flush_ : cacheUse_;
     ++statistics.count;
-    const bool isTimed = graph_->hasComputers(); // asking the clock costs more than a small unit of work
-    kqx::Timer timer;
-    if (isTimed)
+    kqx::Timer timer;           // of 0 seconds until it starts
+    if (graph_->hasComputers()) // asking the clock costs as much as a small unit of work
         timer.start();
     if (usesQueue)
         graph_->orderFedBy(dirtyElements_);
@@ -283,7 +282,7 @@ bool ComputeManager::bringUpToDate()
     settleDirtyList(); // before the functions run, since they may write through this layer
     run();
     timer.stop();
-    statistics.lastTime = isTimed ? static_cast<float>(timer.seconds()) : 0.0f;
+    statistics.lastTime = static_cast<float>(timer.seconds());
     statistics.totalTime += statistics.lastTime;
     isCacheValid_ = usesQueue && !isDirty_; // worth keeping, unless a new list has begun meanwhile
     return true;
