@@ -6,7 +6,8 @@
 
 /// The module "Scene": what a scene, its rig, its materials and its animation are made of. Units: distances in metres,
 /// angles in radians, times in seconds; matrices act on row vectors, so the translation stands in row 3.
-/// Elements are named by index here, for constant-time access; their names are in Scene.cpp, in the same order.
+/// Elements are named by index here, for constant-time access; their names are in host/src/scene/Types.cpp, in
+/// the same order.
 namespace db2host::scene {
 
 inline constexpr wchar_t kModuleId[] = L"Scene";
@@ -104,8 +105,8 @@ enum Element : unsigned int
 namespace texture {
 enum Element : unsigned int
 {
-    kSlot, ///< Enum: "base colour", "specular", "emissive", "normal", "height", "opacity", "metallic", ...
-    kFile, ///< String
+    kSlot,  ///< Enum: "base colour", "specular", "emissive", "normal", "height", "opacity", "metallic", ...
+    kFile,  ///< String
     kImage, ///< Null; references the self of an Image that is part of the document
     kTexcoordSet,
     kStrength,
@@ -193,6 +194,7 @@ class SceneModule : public ModuleDefinition
 public:
     SceneModule();
     ~SceneModule() override;
+    [[nodiscard]] const wchar_t* id() const override { return kModuleId; }
     bool registerIn(db2::NodeRegistry& registry) override;
     void setDataInterface(db2::DataInterface& data) override;
 
@@ -201,12 +203,22 @@ private:
     std::unique_ptr<MigratorTo2> to2_;
 };
 
-/// Makes a Transform and, below another Transform, connects it to that one's world matrix, so that moving the parent moves
-/// the child at the next commit.
-/// @param parent  null for the root. @return null when it was refused.
+/// Makes a Transform and connects it to the world matrix of the nearest Transform above, if any, so that moving that one
+/// moves the new one at the next commit.
+/// @param parent  null for the root. @return null, changing nothing, when it was refused.
 db2::Node* createTransform(db2::DataInterface& data, const wchar_t* name, db2::Node* parent, db2::Node* next = nullptr);
 
-/// Moves a node under another parent and connects its parentWorld to what is above it now. Keeps its local values.
-db2::Status reparentTransform(db2::DataInterface& data, db2::Node& node, db2::Node* newParent, db2::Node* next = nullptr);
+/// Moves a node with everything below it under another parent (null for the root; its own to move it among its siblings)
+/// and connects its parentWorld to the Transform that is above it now, wherever between there are other nodes. Keeps its
+/// local values. A node that is no Transform takes the Transforms below it along, which are connected likewise.
+/// @return what the first refused edit returned; nothing has changed when that was the move, and where only the
+///         connection was refused, the host rolls back.
+db2::Status reparentTransform(db2::DataInterface& data, db2::Node& node, db2::Node* newParent,
+                              db2::Node* next = nullptr);
+
+/// Connects the parentWorld of a Transform, or of the first ones below another node, to the Transform that is above it: for
+/// subtrees that were merged or copied to a new place.
+/// @return what the first refused edit returned; those before it are connected.
+db2::Status connectTransforms(db2::DataInterface& data, db2::Node& node);
 
 } // namespace db2host::scene
