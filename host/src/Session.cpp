@@ -180,21 +180,21 @@ LoadReport Session::loadAsUnit(const wchar_t* description, Load load)
         const unsigned int unitsBefore = undo().getUndoStackSize();
         LoadReport report = answerOf(L"load", load);
         const auto commit = [&] { return data().db_commit(description, kSourceFile, __LINE__) == Status::kSuccess; };
-        if (report.isLoaded() && answerOf(L"commit", commit))
+        if (report.isLoaded() && answerOf(L"commit the load", commit))
+            return report;
+        // A commit that is refused behind undo has closed the unit: it stands, and the next commit makes up for the rest.
+        if (report.isLoaded() && undo().getUndoStackSize() > unitsBefore)
             return report;
         report.status = report.isLoaded() ? Status::kFailure : report.status;
-        takeBack(unitsBefore);
+        takeBackOpenUnit();
         return report;
     });
 }
 
-/// Takes back what a load did, which a commit that was then refused may have closed.
-void Session::takeBack(unsigned int unitsBefore)
+void Session::takeBackOpenUnit()
 {
-    const bool isClosed = undo().getUndoStackSize() > unitsBefore;
-    const Status status = isClosed ? undo().undo() : undo().rollback(0);
-    const bool isNothingOpen = !isClosed && status != Status::kSuccess;
-    if (!isNothingOpen && !undo().lastReplayWasComplete())
+    const bool wasOpen = undo().rollback(0) == Status::kSuccess;
+    if (wasOpen && !undo().lastReplayWasComplete())
         db2::logError(L"The failed load could not be taken back completely.");
 }
 

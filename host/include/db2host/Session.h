@@ -136,8 +136,9 @@ public:
     LoadReport open(const std::filesystem::path& file, bool keepLegacyData = false);
 
     /// Loads the file's nodes under @p parent as one unit of work that can be undone; nothing happens when the load fails.
-    /// What was not committed before becomes a unit of its own first. Should memory run out even for taking a failed load
-    /// back, the error says so, and what is left of it is not committed.
+    /// What was not committed before becomes a unit of its own first. Should memory run out for bringing computed values up
+    /// to date at the end, the load stands, the errors say so, and the next commit makes up for it; should it run out even
+    /// for taking a failed load back, the errors say so, and what is left of it is not committed.
     LoadReport merge(const std::filesystem::path& file, db2::Node& parent, bool keepLegacyData = false);
 
     /// Saves all nodes below the root so that the old file survives until the new one is complete, and remembers the file
@@ -164,7 +165,7 @@ private:
     class Replacement;
     template <class Load>
     LoadReport loadAsUnit(const wchar_t* description, Load load);
-    void takeBack(unsigned int unitsBefore);
+    void takeBackOpenUnit();
     bool saveTo(const std::filesystem::path& file, const std::vector<db2::Node*>& roots, unsigned int options);
 
     Library& library_;

@@ -61,10 +61,17 @@ bool SceneModule::MigratorTo2::migrateLegacyConnection(db2::Attribute* found, db
     return status == Status::kSuccess;
 }
 
-/// A camera's "fov" in degrees becomes its "fieldOfView" in radians.
 bool SceneModule::MigratorTo2::onNodeLoaded(db2::Node& node)
 {
-    db2::Attribute* const fov = isOfType(node, L"Camera") ? node.findLegacyAttributeByName(kFov) : nullptr;
+    if (isOfType(node, L"Camera"))
+        return convertFov(node);
+    return !isOfType(node, L"Light") || keepOldKind(node);
+}
+
+/// A camera's "fov" in degrees becomes its "fieldOfView" in radians.
+bool SceneModule::MigratorTo2::convertFov(db2::Node& camera)
+{
+    db2::Attribute* const fov = camera.findLegacyAttributeByName(kFov);
     if (fov == nullptr) // it was at its default, which is the same angle today
         return true;
     fov->setLegacyElementHandled();
@@ -72,11 +79,25 @@ bool SceneModule::MigratorTo2::onNodeLoaded(db2::Node& node)
         return true;
     constexpr float kRadiansPerDegree = 0.017453292519943295f;
     db2::ValueHandle value;
-    db2::Attribute* const fieldOfView = fieldOfViewOf(node);
+    db2::Attribute* const fieldOfView = fieldOfViewOf(camera);
     if (data_->db_lockAttribute(fieldOfView, &value) != Status::kSuccess)
         return false;
     value.getFloat() = fov->getValue().asFloat() * kRadiansPerDegree;
     return data_->db_unlockAttribute(fieldOfView) == Status::kSuccess;
+}
+
+/// A light that says nothing of its kind was at the default, which was another one.
+bool SceneModule::MigratorTo2::keepOldKind(db2::Node& light)
+{
+    auto* const kind = static_cast<db2::Attribute*>(light.getElement(light::kKind));
+    if (kind->hasFlag(db2::ElementFlag::kValueLoaded))
+        return true;
+    const auto* const choices = static_cast<const db2::EnumAttributeMetaData*>(kind->getMetaData());
+    db2::ValueHandle value;
+    if (data_->db_lockAttribute(kind, &value) != Status::kSuccess)
+        return false;
+    value.getInt() = choices->getChoiceIndex(L"directional");
+    return data_->db_unlockAttribute(kind) == Status::kSuccess;
 }
 
 } // namespace db2host::scene

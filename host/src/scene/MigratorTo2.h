@@ -18,6 +18,9 @@ public:
     bool onNodeLoaded(db2::Node& node) override;
 
 private:
+    bool convertFov(db2::Node& camera);
+    bool keepOldKind(db2::Node& light);
+
     db2::DataInterface* data_ = nullptr;
 };
 
