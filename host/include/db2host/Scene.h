@@ -166,13 +166,13 @@ enum Element : unsigned int
 namespace channel {
 enum Element : unsigned int
 {
-    kTarget, ///< Null; references the Transform's self
-    kTranslationTimes,
-    kTranslations,
+    kTarget,           ///< Null; references the Transform's self
+    kTranslationTimes, ///< DoubleArray, like the other times; as many as there are values
+    kTranslations,     ///< Vector3Array
     kRotationTimes,
-    kRotations,
+    kRotations, ///< QuatArray
     kScaleTimes,
-    kScales,
+    kScales, ///< Vector3Array
     kBefore, ///< Enum: "default", "constant", "linear", "repeat"; outside the keys
     kAfter
 };
