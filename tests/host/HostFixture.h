@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 
 namespace db2host {
@@ -32,6 +33,13 @@ struct SessionState
     }
 
     bool operator==(const SessionState&) const = default;
+
+    friend void PrintTo(const SessionState& state, std::ostream* out)
+    {
+        *out << state.undoItems << " to undo, " << state.redoItems << " to redo, unsaved: " << state.isUnsaved
+             << ", file " << state.file << ", tree:\n"
+             << ::testing::PrintToString(state.tree);
+    }
 
     const db2::CoreManager* core; ///< the layers themselves
     std::wstring tree;

@@ -246,6 +246,10 @@ TEST_F(SceneComputeTest, WorldMatricesAreRightAfterAnyEditsMovesUndoAndRedo)
     while (session.undo().canRedo())
         ASSERT_EQ(session.undo().redo(), Status::kSuccess);
     const std::wstring last = db2test::dumpTree(session.core(), db2test::DumpDetail::kContent);
+    ASSERT_TRUE(session.saveAs(folder.file("scene.json")));
+    Session other(library, sceneSetup());
+    ASSERT_EQ(other.open(folder.file("scene.json")).status, Status::kSuccess);
+    EXPECT_TRUE(isSameDump(last, db2test::dumpTree(other.core(), db2test::DumpDetail::kContent)));
     while (session.undo().canUndo())
         ASSERT_EQ(session.undo().undo(), Status::kSuccess);
     EXPECT_TRUE(isSameDump(first, db2test::dumpTree(session.core(), db2test::DumpDetail::kContent)));

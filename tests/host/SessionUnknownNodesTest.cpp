@@ -1,5 +1,7 @@
 #include "HostFixture.h"
 
+#include "support/HeapThatRunsOut.h"
+
 #include <optional>
 
 namespace db2host {
@@ -153,6 +155,24 @@ TEST_F(SessionUnknownNodesTest, WithoutUnknownNodesThereIsNothingToDo)
     ASSERT_TRUE(library->add(scene));
     EXPECT_EQ(session->convertUnknownNodes(scene::kModuleId).status, Status::kSuccess);
     EXPECT_FALSE(session->hasUnsavedChanges());
+}
+
+TEST_F(SessionUnknownNodesTest, AConversionThatFindsNoMemoryChangesNothing)
+{
+    ASSERT_TRUE(session->open(folder.file("arm.json")).isLoaded());
+    ASSERT_TRUE(library->add(scene));
+    const SessionState before(*session);
+    LoadReport report;
+    for (std::size_t granted = 0; !report.isLoaded() && granted < 10000; ++granted)
+    {
+        {
+            const db2test::HeapThatRunsOut heap(granted);
+            report = session->convertUnknownNodes(scene::kModuleId);
+        }
+        ASSERT_TRUE(report.isLoaded() || SessionState(*session) == before) << granted << " allocations granted";
+    }
+    ASSERT_TRUE(session->saveAs(folder.file("saved.json")));
+    EXPECT_EQ(folder.read("saved.json"), folder.read("arm.json"));
 }
 
 /// The placeholder may go only when no document has nodes of it any more.

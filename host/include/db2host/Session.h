@@ -82,7 +82,8 @@ struct LoadReport
 /// An open document behind the chain of layers that docs/layers recommends: call logging, undo, computed attributes, change
 /// reporting, watching, core. Opens and saves files in the JSON format; a load that fails is rolled back.
 /// Only the constructor throws. Everything else answers, also when memory is out, and logs why it failed.
-/// Not to be called from within an edit or commit of the document (observers, compute functions): open() and clear().
+/// Observers of changes are refused when they open, merge, convert or clear; observers of undo and compute functions must
+/// not try.
 /// Threads: one at a time, as the library.
 class Session
 {

@@ -24,11 +24,10 @@ db2::Attribute* worldAbove(const db2::Node& node)
     return above != nullptr ? attributeOf(*above, transform::kWorld) : nullptr;
 }
 
-/// Makes a Transform's parentWorld show what is above it.
-Status connect(db2::DataInterface& data, const db2::Node& node)
+/// Makes a Transform's parentWorld show the world matrix above it, or its own value where there is none.
+Status connect(db2::DataInterface& data, const db2::Node& node, db2::Attribute* world)
 {
     db2::Attribute* const parentWorld = attributeOf(node, transform::kParentWorld);
-    db2::Attribute* const world = worldAbove(node);
     if (parentWorld->getReference() == world)
         return Status::kSuccess;
     Status status = Status::kSuccess;
@@ -54,7 +53,7 @@ db2::Node* createTransform(db2::DataInterface& data, const wchar_t* name, db2::N
     db2::Node* node = nullptr;
     if (data.db_createNode(kTransform, name, parent, next, &node) != Status::kSuccess)
         return nullptr;
-    if (connect(data, *node) == Status::kSuccess)
+    if (connect(data, *node, worldAbove(*node)) == Status::kSuccess)
         return node;
     data.db_destroyLeafNode(node);
     return nullptr;
@@ -70,6 +69,7 @@ Status reparentTransform(db2::DataInterface& data, db2::Node& node, db2::Node* n
 
 Status connectTransforms(db2::DataInterface& data, db2::Node& node)
 {
+    db2::Attribute* const world = worldAbove(node); // of all, because no Transform stands between
     db2::NodeIterator nodes(&node);
     nodes.includeRoot(true);
     while (nodes.next())
@@ -77,7 +77,7 @@ Status connectTransforms(db2::DataInterface& data, db2::Node& node)
         if (!isTransform(*nodes.node()))
             continue;
         nodes.skipChildren(true); // those below see this one
-        const Status status = connect(data, *nodes.node());
+        const Status status = connect(data, *nodes.node(), world);
         if (status != Status::kSuccess)
             return status;
     }

@@ -39,14 +39,14 @@ const wchar_t* SceneModule::MigratorTo2::migrateNodeTypeName(const wchar_t* type
 /// A Null is a Transform by now.
 const wchar_t* SceneModule::MigratorTo2::migrateAttributeName(const wchar_t* name, db2::Node* node)
 {
-    return isOfType(*node, L"Transform") && std::wstring_view(name) == L"visible" ? L"visibility" : name;
+    return std::wstring_view(name) == L"visible" && isOfType(*node, L"Transform") ? L"visibility" : name;
 }
 
 const wchar_t* SceneModule::MigratorTo2::migrateEnumChoice(const wchar_t* choice, const wchar_t* attributeName,
                                                            db2::Node* node)
 {
-    const bool isOld = isOfType(*node, L"Light") && std::wstring_view(attributeName) == L"kind" &&
-                       std::wstring_view(choice) == L"omni";
+    const bool isOld = std::wstring_view(choice) == L"omni" && std::wstring_view(attributeName) == L"kind" &&
+                       isOfType(*node, L"Light");
     return isOld ? L"point" : choice;
 }
 
