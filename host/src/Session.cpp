@@ -131,7 +131,7 @@ bool Session::clear()
     });
     if (!isPrepared || !chain_->acceptsEdits() || data().db_clear() != Status::kSuccess)
         return false;
-    undo().setCheckpoint();
+    chain_->undo.markSaved();
     file_.clear();
     typeString_.swap(typeString);
     return true;
@@ -210,7 +210,7 @@ bool Session::saveAs(const std::filesystem::path& file)
         if (!saveTo(file, roots, 0))
             return false;
         file_.swap(saved);
-        undo().setCheckpoint();
+        chain_->undo.markSaved();
         return true;
     });
 }
@@ -250,7 +250,7 @@ const std::filesystem::path& Session::file() const
 
 bool Session::hasUnsavedChanges() const
 {
-    return chain_->undo.hasChangedSinceCheckpoint();
+    return !chain_->undo.isSaved();
 }
 
 } // namespace db2host

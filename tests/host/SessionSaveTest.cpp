@@ -50,6 +50,42 @@ TEST_F(SessionSaveTest, UndoneToTheSavedStateThereIsNothingToSave)
     EXPECT_TRUE(session.hasUnsavedChanges());
 }
 
+TEST_F(SessionSaveTest, ASavedStateThatAnEditPutsOutOfReachIsNotMistakenForTheNewOne)
+{
+    Session session(library, sceneSetup());
+    makeArm(session);
+    ASSERT_TRUE(session.saveAs(folder.file("arm.json")));
+    session.undo().undo();
+    makeArm(session);
+    translate(session, session.root().getFirstChild(), 1, 1, 1);
+    commit(session);
+    EXPECT_TRUE(session.hasUnsavedChanges());
+    session.undo().undo();
+    EXPECT_TRUE(session.hasUnsavedChanges()) << "as many steps as when it was saved, but other ones";
+    ASSERT_TRUE(session.save());
+    EXPECT_FALSE(session.hasUnsavedChanges());
+}
+
+TEST_F(SessionSaveTest, ARedoBringsTheSavedStateBack)
+{
+    Session session(library, sceneSetup());
+    makeArm(session);
+    ASSERT_TRUE(session.saveAs(folder.file("arm.json")));
+    session.undo().undo();
+    commit(session); // of nothing
+    session.undo().redo();
+    EXPECT_FALSE(session.hasUnsavedChanges());
+}
+
+TEST_F(SessionSaveTest, AClearThroughTheLayersIsAChange)
+{
+    Session session(library, sceneSetup());
+    makeArm(session);
+    ASSERT_TRUE(session.saveAs(folder.file("arm.json")));
+    ASSERT_EQ(session.data().db_clear(), Status::kSuccess);
+    EXPECT_TRUE(session.hasUnsavedChanges());
+}
+
 TEST_F(SessionSaveTest, ASaveThatFailsChangesNothing)
 {
     Session session(library, sceneSetup());

@@ -154,7 +154,9 @@ public:
     bool saveSubtrees(const std::vector<db2::Node*>& roots, const std::filesystem::path& file);
 
     [[nodiscard]] const std::filesystem::path& file() const; ///< empty for none
-    [[nodiscard]] bool hasUnsavedChanges() const;            ///< of what is committed
+    /// Of what is committed. Unlike UndoManager::hasChangedSinceCheckpoint() it is not deceived by as many other edits as
+    /// were undone since the save.
+    [[nodiscard]] bool hasUnsavedChanges() const;
 
     /// Turns unknown nodes of the module, which was registered meanwhile (Library::add()), into nodes of their types; one
     /// unit of work, as merge(). What the types have no place for is left out, with a warning. Runs no migrators, so data

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "DocumentUndo.h"
+
 #include <db2host/Session.h>
 
 namespace db2host {
@@ -24,7 +26,7 @@ public:
     db2::ConcreteChangeSet preReportSet;
     db2::ChangeManager changes;
     db2::ComputeManager computed;
-    db2::UndoManager undo;
+    DocumentUndo undo;
     db2::DataInterfaceLogger calls;
     bool isCallLoggingOn;
 };
