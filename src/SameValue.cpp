@@ -80,9 +80,9 @@ bool differsFromDefault(const Attribute& attribute)
 {
     const ConstValueHandle value = attribute.getValue();
     const ConstValueHandle defaultValue = attribute.getDefaultValue();
-    // A reference may show a value of another type, which has no bits to compare.
-    return !value.compare(defaultValue) ||
-           (value.getTypeId() == defaultValue.getTypeId() && !hasSameBits(value, defaultValue));
+    // The bits first, which tell the most; a reference may show a value of another type, which has no bits to compare.
+    return (value.getTypeId() == defaultValue.getTypeId() && !hasSameBits(value, defaultValue)) ||
+           !value.compare(defaultValue);
 }
 
 } // namespace db2

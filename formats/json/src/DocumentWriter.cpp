@@ -42,7 +42,7 @@ void DocumentWriter::begin(const kqtl::pod_vector<Module*>& modules)
 {
     json_.beginObject();
     json_.key("identifier");
-    json_.ascii("KQDatabase2");
+    json_.plain("KQDatabase2");
     json_.key("loaderVersion");
     json_.number(std::uint32_t{saver_.getLoaderVersion()});
     json_.key("applicationString");
@@ -107,25 +107,39 @@ Status DocumentWriter::writeSubtree(const Node& root)
 
 void DocumentWriter::writeNode(const Node& node, unsigned int depth)
 {
+    const TemplateTexts::Texts* const texts = texts_.find(node);
     json_.beginObject();
     json_.key("name");
     json_.text(node.getName());
-    json_.key("type");
-    json_.text(node.getTypeName());
-    json_.key("module");
-    json_.text(node.getModule()->getId());
+    writeType(node, texts);
     json_.key("depth");
     json_.number(std::uint32_t{depth});
-    writeElements(node, Group::kOfType);
-    writeElements(node, Group::kDynamic);
-    writeElements(node, Group::kLegacy);
+    writeElements(node, texts, Group::kOfType);
+    if (node.getDynamicElementCount() != 0)
+        writeElements(node, texts, Group::kDynamic);
+    if (node.getLegacyElementCount() != 0)
+        writeElements(node, texts, Group::kLegacy);
     json_.endObject();
+}
+
+void DocumentWriter::writeType(const Node& node, const TemplateTexts::Texts* texts)
+{
+    json_.key("type");
+    if (texts != nullptr && !texts->type.empty())
+        json_.token(texts->type);
+    else
+        json_.text(node.getTypeName());
+    json_.key("module");
+    if (texts != nullptr && !texts->module.empty())
+        json_.token(texts->module);
+    else
+        json_.text(node.getModule()->getId());
 }
 
 // --- Elements ---
 
 /// Writes those of one group, under its key; nothing when there are none.
-void DocumentWriter::writeElements(const Node& node, Group group)
+void DocumentWriter::writeElements(const Node& node, const TemplateTexts::Texts* texts, Group group)
 {
     const bool isLegacy = group == Group::kLegacy;
     const unsigned int count = isLegacy ? node.getLegacyElementCount() : node.getElementCount();
@@ -144,13 +158,19 @@ void DocumentWriter::writeElements(const Node& node, Group group)
             json_.beginArray();
             isBegun = true;
         }
-        if (element.isAttributeArray())
-            writeAttributeArray(static_cast<const AttributeArray&>(element));
-        else
-            writeAttribute(static_cast<const Attribute&>(element));
+        const bool isKnown = texts != nullptr && group == Group::kOfType && !texts->entries[i].text.empty();
+        writeElement(element, isKnown ? &texts->entries[i] : nullptr);
     }
     if (isBegun)
         json_.endArray();
+}
+
+void DocumentWriter::writeElement(const Element& element, const TemplateTexts::Entry* entry)
+{
+    if (element.isAttributeArray())
+        writeAttributeArray(static_cast<const AttributeArray&>(element), entry);
+    else
+        writeAttribute(static_cast<const Attribute&>(element), entry);
 }
 
 /// A legacy element is there because a loader kept it, whatever its value, so it is kept on.
@@ -162,29 +182,35 @@ bool DocumentWriter::isToBeWritten(const Element& element) const
                                       : saver_.shouldSaveAttribute(static_cast<const Attribute&>(element));
 }
 
-/// Begins the line of an element, up to where its value stands.
-void DocumentWriter::beginEntry(const Element& element, std::string_view mark)
+/// Begins the line of an element, up to where its value stands. @param entry  how it begins, when that is known.
+void DocumentWriter::beginEntry(const Element& element, const TemplateTexts::Entry* entry, std::string_view mark)
 {
     json_.beginLine();
-    json_.text(element.getName());
+    if (entry != nullptr && mark.empty())
+        return json_.token(
+            entry->text); // its metadata, which only dynamic elements have in the file, goes without saying
+    if (entry != nullptr)
+        json_.token(std::string_view(entry->text).substr(0, entry->nameBytes));
+    else
+        json_.text(element.getName());
     type_.assign(typeName(element.getTypeId())).append(mark);
-    json_.ascii(type_);
+    json_.plain(type_);
     if (element.isDynamic())
         writeMetaData(json_, *element.getMetaData());
 }
 
 // --- Attributes ---
 
-void DocumentWriter::writeAttribute(const Attribute& attribute)
+void DocumentWriter::writeAttribute(const Attribute& attribute, const TemplateTexts::Entry* entry)
 {
     if (findPath(attribute))
     {
-        beginEntry(attribute, attribute.referenceIsSingle() ? kSingleReferenceMark : kReferenceMark);
+        beginEntry(attribute, entry, attribute.referenceIsSingle() ? kSingleReferenceMark : kReferenceMark);
         json_.text(path_);
     }
     else
     {
-        beginEntry(attribute, {});
+        beginEntry(attribute, entry, {});
         if (standsForItsValue(attribute) || hasValueToWrite(attribute))
             writeShownValue(attribute);
     }
@@ -199,7 +225,7 @@ bool DocumentWriter::hasValueToWrite(const Attribute& attribute) const
 
 // --- Attribute arrays ---
 
-void DocumentWriter::writeAttributeArray(const AttributeArray& array)
+void DocumentWriter::writeAttributeArray(const AttributeArray& array, const TemplateTexts::Entry* entry)
 {
     std::size_t references = 0;
     std::size_t listed = 0; // references, and items whose value needs to be written
@@ -212,7 +238,7 @@ void DocumentWriter::writeAttributeArray(const AttributeArray& array)
     }
     const bool leavesMuchOut = array.getSize() - listed > leftOutAtMost(listed);
     const bool isFull = references == 0 && (listed == array.getSize() || leavesMuchOut);
-    beginEntry(array, isFull ? kArrayMark : kSparseArrayMark);
+    beginEntry(array, entry, isFull ? kArrayMark : kSparseArrayMark);
     if (isFull)
     {
         json_.beginArray();
@@ -240,7 +266,7 @@ void DocumentWriter::writeSparseItem(const Attribute& item, unsigned int index, 
     if (findPath(item))
     {
         json_.beginArray();
-        json_.ascii(item.referenceIsSingle() ? kSingleReferenceItem : kReferenceItem);
+        json_.plain(item.referenceIsSingle() ? kSingleReferenceItem : kReferenceItem);
         json_.number(std::uint32_t{index});
         json_.text(path_);
         json_.endArray();

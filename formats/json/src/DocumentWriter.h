@@ -2,6 +2,7 @@
 
 #include "ChoiceIndex.h"
 #include "JsonWriter.h"
+#include "TemplateTexts.h"
 
 #include <db2/Status.h>
 
@@ -56,14 +57,16 @@ private:
 
     void writeModule(const Module& module);
     void writeNode(const Node& node, unsigned int depth);
+    void writeType(const Node& node, const TemplateTexts::Texts* texts);
 
     // Elements
-    void writeElements(const Node& node, Group group);
+    void writeElements(const Node& node, const TemplateTexts::Texts* texts, Group group);
     [[nodiscard]] bool isToBeWritten(const Element& element) const;
-    void beginEntry(const Element& element, std::string_view mark);
-    void writeAttribute(const Attribute& attribute);
+    void writeElement(const Element& element, const TemplateTexts::Entry* entry);
+    void beginEntry(const Element& element, const TemplateTexts::Entry* entry, std::string_view mark);
+    void writeAttribute(const Attribute& attribute, const TemplateTexts::Entry* entry);
     [[nodiscard]] bool hasValueToWrite(const Attribute& attribute) const;
-    void writeAttributeArray(const AttributeArray& array);
+    void writeAttributeArray(const AttributeArray& array, const TemplateTexts::Entry* entry);
     void writeSparseItems(const AttributeArray& array, bool complete);
     void writeSparseItem(const Attribute& item, unsigned int index, bool complete);
     void writeItemValue(const Attribute& item);
@@ -76,6 +79,7 @@ private:
     const SaveStrategy& saver_;
     JsonWriter json_;
     ChoiceIndex choices_;
+    TemplateTexts texts_;
     kqx::String path_; ///< what findPath() found
     std::string type_; ///< of the entry that is begun, kept for its memory
     Status status_ = Status::kSuccess;

@@ -1,46 +1,24 @@
 #include "JsonWriter.h"
 
 #include "NonFinite.h"
-
-#include <db2/OutputStream.h>
+#include "PlainText.h"
 
 #include <kqx/UTF8.h>
 #include <kqx/Utf16.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
-#include <iterator>
 #include <limits>
 #include <stdexcept>
 
 namespace db2::json {
 namespace {
 
-constexpr unsigned int kIndentation = 1; // blanks a level: files are mostly lines four levels deep
-
 /// Longer texts give the memory of their conversion back.
 constexpr std::size_t kKeptTextBytes = 1024 * 1024;
 
-bool isAscii(std::wstring_view text)
-{
-    for (const wchar_t c : text)
-        if (static_cast<std::uint32_t>(c) > 0x7F)
-            return false;
-    return true;
-}
-
-/// Writes the integers that files are full of, 0 and 1 before all, as std::to_chars would, which is slower.
-/// @return the end; null when the number is none of them.
-template <class Number>
-char* writeSmallInteger(Number value, bool isNegative, char* begin, char* end)
-{
-    constexpr Number kLimit = 100000; // which is shorter with an exponent
-    if (isNegative || !(value < kLimit))
-        return nullptr;
-    const auto integer = static_cast<std::int32_t>(value);
-    return static_cast<Number>(integer) == value ? std::to_chars(begin, end, integer).ptr : nullptr;
-}
+/// What may stand before a value: a comma, a line break, and a blank for each level, which the format has few of.
+constexpr std::size_t kSeparatorBytes = 64;
 
 /// False for unpaired surrogates, and, where a character is wide enough for all of Unicode, for any surrogate and for
 /// what lies beyond.
@@ -64,40 +42,80 @@ bool fitsUtf8(std::wstring_view text)
 
 } // namespace
 
-// --- OutputBuffer ---
+// --- Structure ---
 
-bool OutputBuffer::flush()
+/// One blank a level: files are mostly lines four levels deep.
+char* JsonWriter::breakLine(char* out) const
 {
-    if (isGood_ && used_ > 0)
-        isGood_ = stream_.write(bytes_.data(), static_cast<unsigned int>(used_));
-    used_ = 0;
-    return isGood_;
+    assert(depth_ + 2 <= kSeparatorBytes);
+    *out++ = '\n';
+    std::memset(out, ' ', depth_);
+    return out + depth_;
 }
 
-// --- JsonWriter ---
-
-JsonWriter::JsonWriter(OutputStream& stream) : buffer_(stream), writer_(buffer_)
+/// Writes what stands between a value and what is before it.
+void JsonWriter::separate()
 {
-    writer_.SetIndent(' ', kIndentation);
+    if (isBehindKey_ || depth_ == 0)
+    {
+        isBehindKey_ = false;
+        isFirst_ = false;
+        return;
+    }
+    char* out = buffer_.room(kSeparatorBytes);
+    if (!isFirst_)
+        *out++ = ',';
+    if (!inLine_)
+        out = breakLine(out);
+    else if (!isFirst_)
+        *out++ = ' ';
+    buffer_.endAt(out);
+    isFirst_ = false;
+}
+
+void JsonWriter::key(std::string_view name)
+{
+    char* out = buffer_.room(kSeparatorBytes + name.size() + 4);
+    if (!isFirst_)
+        *out++ = ',';
+    out = breakLine(out);
+    *out++ = '"';
+    std::memcpy(out, name.data(), name.size());
+    out += name.size();
+    std::memcpy(out, "\": ", 3);
+    buffer_.endAt(out + 3);
+    isBehindKey_ = true;
+}
+
+void JsonWriter::begin(char bracket)
+{
+    separate();
+    buffer_.Put(bracket);
+    ++depth_;
+    isFirst_ = true;
+}
+
+void JsonWriter::end(char bracket, bool onOneLine)
+{
+    --depth_;
+    char* out = buffer_.room(kSeparatorBytes);
+    if (!isFirst_ && !onOneLine)
+        out = breakLine(out);
+    *out++ = bracket;
+    buffer_.endAt(out);
+    isFirst_ = false;
 }
 
 void JsonWriter::beginLine()
 {
     beginArray();
     inLine_ = true;
-    putOnOneLine(true);
 }
 
 void JsonWriter::endLine()
 {
     endArray();
     inLine_ = false;
-    putOnOneLine(false);
-}
-
-void JsonWriter::putOnOneLine(bool onOneLine)
-{
-    writer_.SetFormatOptions(onOneLine ? rapidjson::kFormatSingleLineArray : rapidjson::kFormatDefault);
 }
 
 bool JsonWriter::finish()
@@ -106,7 +124,17 @@ bool JsonWriter::finish()
     return buffer_.flush();
 }
 
-// --- Values ---
+// --- Numbers ---
+
+template <class Integer>
+void JsonWriter::integer(Integer value)
+{
+    separate();
+    buffer_.endAt(writeInteger(value, buffer_.room(kLongestNumber)));
+}
+
+template void JsonWriter::integer(std::int32_t value);
+template void JsonWriter::integer(std::uint32_t value);
 
 template <class Number>
 void JsonWriter::floatingPoint(const Number& value)
@@ -115,25 +143,22 @@ void JsonWriter::floatingPoint(const Number& value)
     typename Traits::Bits bits;
     std::memcpy(&bits, &value, sizeof bits);
     const typename Traits::Bits magnitude = bits & ~Traits::kSign;
-    char digits[32]; // the longest double takes 24
     if (magnitude < Traits::kExponent)
     {
-        const char* end = writeSmallInteger(value, bits != magnitude, std::begin(digits), std::end(digits));
-        if (end == nullptr)
-            end = std::to_chars(std::begin(digits), std::end(digits), value).ptr;
-        writer_.RawValue(digits, static_cast<std::size_t>(end - digits), rapidjson::kNumberType);
+        separate();
+        buffer_.endAt(writeFinite(value, bits != magnitude, buffer_.room(kLongestNumber)));
     }
     else if (magnitude == Traits::kExponent)
-        ascii(bits == magnitude ? kInfinity : kMinusInfinity);
+        plain(bits == magnitude ? kInfinity : kMinusInfinity);
     else if (bits == kPlainNaN<Number>)
-        ascii(kNaN);
+        plain(kNaN);
     else
     {
-        constexpr int kDigits = kHexDigits<typename Traits::Bits>;
-        char* out = std::copy(kNaNWithBits.begin(), kNaNWithBits.end(), digits);
-        for (int shift = (kDigits - 1) * 4; shift >= 0; shift -= 4)
+        char text[kNaNWithBits.size() + kHexDigits<typename Traits::Bits>];
+        char* out = std::copy(kNaNWithBits.begin(), kNaNWithBits.end(), text);
+        for (int shift = (kHexDigits<typename Traits::Bits> - 1) * 4; shift >= 0; shift -= 4)
             *out++ = "0123456789abcdef"[(bits >> shift) & 0xF];
-        ascii({digits, static_cast<std::size_t>(out - digits)});
+        plain({text, sizeof text});
     }
 }
 
@@ -147,30 +172,65 @@ void JsonWriter::number(const double& value)
     floatingPoint(value);
 }
 
+// --- Texts ---
+
+void JsonWriter::plain(std::string_view text)
+{
+    separate();
+    buffer_.Put('"');
+    buffer_.put(text);
+    buffer_.Put('"');
+}
+
 void JsonWriter::text(std::wstring_view text)
 {
-    if (isAscii(text))
-        utf8_.assign(text.begin(), text.end());
+    separate();
+    if (isPlain(text))
+        putPlain(text);
     else if (fitsUtf8(text))
-    {
-        utf8_.resize(kqx::UTF8Length(text.data(), text.size()));
-        kqx::UTF8FromUCS2(text.data(), text.size(), utf8_.data());
-    }
+        putUtf8(text);
     else
+        putCharacters(text);
+}
+
+void JsonWriter::putPlain(std::wstring_view text)
+{
+    buffer_.Put('"');
+    while (!text.empty())
     {
-        beginArray();
-        putOnOneLine(true);
-        for (const wchar_t c : text)
-            number(static_cast<std::uint32_t>(c));
-        endArray();
-        putOnOneLine(inLine_);
-        return;
+        const std::wstring_view piece = text.substr(0, OutputBuffer::kMostRoom);
+        char* const out = buffer_.room(piece.size());
+        std::transform(piece.begin(), piece.end(), out, [](wchar_t c) { return static_cast<char>(c); });
+        buffer_.endAt(out + piece.size());
+        text.remove_prefix(piece.size());
     }
+    buffer_.Put('"');
+}
+
+void JsonWriter::putUtf8(std::wstring_view text)
+{
+    utf8_.resize(kqx::UTF8Length(text.data(), text.size()));
+    kqx::UTF8FromUCS2(text.data(), text.size(), utf8_.data());
     if (utf8_.size() > std::numeric_limits<rapidjson::SizeType>::max())
         throw std::length_error("JSON string");
-    ascii(utf8_);
+    strings_.Reset(buffer_); // for it, each string is a document
+    strings_.String(utf8_.data(), static_cast<rapidjson::SizeType>(utf8_.size()));
     if (utf8_.capacity() > kKeptTextBytes)
         std::string().swap(utf8_);
+}
+
+void JsonWriter::putCharacters(std::wstring_view text)
+{
+    buffer_.Put('[');
+    bool isFirst = true;
+    for (const wchar_t c : text)
+    {
+        if (!isFirst)
+            buffer_.put(", ");
+        isFirst = false;
+        buffer_.endAt(writeInteger(static_cast<std::uint32_t>(c), buffer_.room(kLongestNumber)));
+    }
+    buffer_.Put(']');
 }
 
 } // namespace db2::json

@@ -1,64 +1,34 @@
 #pragma once
 
+#include "NumberText.h"
+#include "OutputBuffer.h"
 #include "RapidJson.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
-namespace db2 {
-class OutputStream;
-}
-
 namespace db2::json {
 
-/// Where RapidJSON's writer puts its bytes: a buffer that goes to the stream whenever it is full. Once the stream has
-/// refused a piece, nothing more is written.
-class OutputBuffer
-{
-public:
-    using Ch = char;
-
-    explicit OutputBuffer(OutputStream& stream) : stream_(stream) {}
-
-    void Put(char byte)
-    {
-        if (used_ == bytes_.size())
-            flush();
-        bytes_[used_++] = byte;
-    }
-    void Flush() {} ///< RapidJSON asks for it at the end of the document, which is not yet the end of the file
-
-    /// Hands over what is in the buffer. @return false when the stream has refused this or an earlier piece.
-    bool flush();
-    [[nodiscard]] bool isGood() const { return isGood_; }
-
-private:
-    static constexpr std::size_t kBytes = 32 * 1024; // large enough that a write call costs nothing beside its bytes
-
-    OutputStream& stream_;
-    std::array<char, kBytes> bytes_;
-    std::size_t used_ = 0;
-    bool isGood_ = true;
-};
-
 /// Writes the text of one JSON document: objects and arrays with one entry a line, "lines" being arrays on a single one.
-/// Knows no node. Throws std::bad_alloc.
+/// Knows no node. Throws std::bad_alloc and std::length_error.
+///
+/// Brackets, commas and what needs no escape are put into the buffer here, strings that do need one by RapidJSON: its
+/// writer takes everything byte by byte.
 class JsonWriter
 {
 public:
-    explicit JsonWriter(OutputStream& stream);
+    explicit JsonWriter(OutputStream& stream) : buffer_(stream), strings_(buffer_) {}
 
-    // --- Structure ---
+    // --- Structure: what is begun is ended, and in an object each value has its key ---
 
-    void beginObject() { writer_.StartObject(); }
-    void key(std::string_view name) { writer_.Key(name.data(), static_cast<rapidjson::SizeType>(name.size())); }
-    void endObject() { writer_.EndObject(); }
+    void beginObject() { begin('{'); }
+    void key(std::string_view name); ///< @param name  plain, and short
+    void endObject() { end('}', false); }
 
-    void beginArray() { writer_.StartArray(); }
-    void endArray() { writer_.EndArray(); }
+    void beginArray() { begin('['); }
+    void endArray() { end(']', inLine_); }
 
     /// An array whose entries, and all arrays within, stay on its line; objects within it do not.
     void beginLine();
@@ -70,10 +40,10 @@ public:
 
     // --- Values ---
 
-    void null() { writer_.Null(); }
-    void boolean(bool value) { writer_.Bool(value); }
-    void number(std::int32_t value) { writer_.Int(value); }
-    void number(std::uint32_t value) { writer_.Uint(value); }
+    void null() { token("null"); }
+    void boolean(bool value) { token(value ? "true" : "false"); }
+    void number(std::int32_t value) { integer(value); }
+    void number(std::uint32_t value) { integer(value); }
 
     /// The fewest digits that read back to the same number; what JSON has no number for as a text: "NaN", "Infinity",
     /// "-Infinity", and for a NaN of other bits "NaN:" and the bits. By reference, because some platforms change a
@@ -81,21 +51,39 @@ public:
     void number(const float& value);
     void number(const double& value);
 
-    /// A text that is known to be ASCII.
-    void ascii(std::string_view text) { writer_.String(text.data(), static_cast<rapidjson::SizeType>(text.size())); }
-
     /// A JSON string; the array of its characters' numbers where UTF-8 cannot hold the text.
     void text(std::wstring_view text);
 
+    /// A string whose text is known to be plain.
+    void plain(std::string_view text);
+
+    /// A value as it stands in the document; on a line also several, with their commas.
+    void token(std::string_view json)
+    {
+        separate();
+        buffer_.put(json);
+    }
+
 private:
-    void putOnOneLine(bool onOneLine);
+    void begin(char bracket);
+    void end(char bracket, bool onOneLine);
+    void separate();
+    [[nodiscard]] char* breakLine(char* out) const;
+    template <class Integer>
+    void integer(Integer value);
     template <class Number>
     void floatingPoint(const Number& value);
+    void putPlain(std::wstring_view text);
+    void putUtf8(std::wstring_view text);
+    void putCharacters(std::wstring_view text);
 
     OutputBuffer buffer_;
-    rapidjson::PrettyWriter<OutputBuffer, rapidjson::UTF8<>, rapidjson::UTF8<>, ThrowingAllocator> writer_;
+    unsigned int depth_ = 0; ///< of what is open
+    bool isFirst_ = true;    ///< nothing stands yet in what was begun last
+    bool isBehindKey_ = false;
     bool inLine_ = false;
-    std::string utf8_; ///< of the last text, kept for its memory
+    std::string utf8_; ///< of the last text that is not plain, kept for its memory
+    rapidjson::Writer<OutputBuffer, rapidjson::UTF8<>, rapidjson::UTF8<>, ThrowingAllocator> strings_;
 };
 
 } // namespace db2::json

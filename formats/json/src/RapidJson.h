@@ -9,8 +9,8 @@
 
 #include <rapidjson/error/en.h>
 #include <rapidjson/memorystream.h>
-#include <rapidjson/prettywriter.h>
 #include <rapidjson/reader.h>
+#include <rapidjson/writer.h>
 
 #include <cstddef>
 #include <cstdlib>

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+/// Texts that stand in a JSON string as they are, which is most of them: ASCII without control characters, quotes and
+/// backslashes. They are copied where all others go through RapidJSON.
+namespace db2::json {
+
+/// By character.
+inline constexpr std::array<bool, 256> kIsPlain = [] {
+    std::array<bool, 256> isPlain{};
+    for (std::size_t c = 0x20; c < 0x7F; ++c)
+        isPlain[c] = c != '"' && c != '\\';
+    return isPlain;
+}();
+
+[[nodiscard]] inline bool isPlain(std::wstring_view text)
+{
+    for (const wchar_t c : text)
+        if (static_cast<std::uint32_t>(c) >= kIsPlain.size() || !kIsPlain[static_cast<std::size_t>(c)])
+            return false;
+    return true;
+}
+
+} // namespace db2::json
