@@ -11,18 +11,6 @@ namespace {
 
 constexpr unsigned int kUnitBytes = 2;
 
-/// Copies the bytes of a content from a position on, and moves the position behind them.
-unsigned int copyNext(const char* content, std::uint32_t size, std::uint32_t& position, char* buffer,
-                      unsigned int bytes)
-{
-    if (content == nullptr || buffer == nullptr || position >= size)
-        return 0;
-    const unsigned int count = std::min(bytes, size - position);
-    std::memcpy(buffer, content + position, count);
-    position += count;
-    return count;
-}
-
 } // namespace
 
 // --- InputStream ---
@@ -44,6 +32,11 @@ unsigned int InputStream::read(wchar_t* buffer, unsigned int characters)
         buffer[i] = static_cast<wchar_t>(low | high << 8);
     }
     return count;
+}
+
+bool InputStream::getSize(unsigned int& size)
+{
+    return getData(size) != nullptr;
 }
 
 // --- NullInputStream ---
@@ -69,7 +62,13 @@ MemoryInputStream::MemoryInputStream(const MemoryBlock& block) : block_(&block) 
 
 unsigned int MemoryInputStream::read(char* buffer, unsigned int bytes)
 {
-    return copyNext(block_->getData(), block_->getUsedSize(), position_, buffer, bytes);
+    const std::uint32_t size = block_->getUsedSize();
+    if (block_->getData() == nullptr || buffer == nullptr || position_ >= size)
+        return 0;
+    const unsigned int count = std::min(bytes, size - position_);
+    std::memcpy(buffer, block_->getData() + position_, count);
+    position_ += count;
+    return count;
 }
 
 const char* MemoryInputStream::getData(unsigned int& size)
@@ -89,20 +88,32 @@ FileInputStream::FileInputStream(const wchar_t* path, FileOpenMode) : content_(F
 
 unsigned int FileInputStream::read(char* buffer, unsigned int bytes)
 {
-    return content_ != nullptr ? copyNext(content_->data(), content_->size(), position_, buffer, bytes) : 0;
+    if (content_ == nullptr || buffer == nullptr)
+        return 0;
+    const unsigned int count = content_->read(position_, buffer, bytes);
+    position_ += count;
+    return count;
 }
 
 const char* FileInputStream::getData(unsigned int& size)
 {
-    if (content_ == nullptr)
-        return nullptr;
-    size = content_->size();
-    return content_->data();
+    const char* const data = content_ != nullptr ? content_->data() : nullptr;
+    if (data != nullptr)
+        size = content_->size();
+    return data;
 }
 
 bool FileInputStream::isOK()
 {
-    return content_ != nullptr;
+    return content_ != nullptr && !content_->hasFailed();
+}
+
+bool FileInputStream::getSize(unsigned int& size)
+{
+    if (content_ == nullptr)
+        return false;
+    size = content_->size();
+    return true;
 }
 
 } // namespace db2

@@ -134,6 +134,19 @@ TEST(MemoryInputStreamTest, SeesWhatIsWrittenLater)
 
 // --- Text ---
 
+TEST(InputStreamTest, TheSizeIsThatOfTheWholeContent)
+{
+    const MemoryBlock block("abc", 3);
+    MemoryInputStream stream(block);
+    unsigned int size = 0;
+    EXPECT_TRUE(stream.getSize(size));
+    EXPECT_EQ(size, 3u);
+    EXPECT_EQ(readBytes(stream, 1), "a") << "asking moves nothing";
+    NullInputStream nothing;
+    EXPECT_FALSE(nothing.getSize(size));
+    EXPECT_EQ(size, 3u) << "left alone";
+}
+
 TEST(InputStreamTest, WideTextIsLittleEndianUnits)
 {
     const MemoryBlock block = blockOf(std::string_view("A\0\xE9\0\x3C\x20", 6));
@@ -175,6 +188,41 @@ TEST(FileInputStreamTest, ReadsAFileInEitherMode)
         EXPECT_EQ(readBytes(stream, 50), "two\n");
         EXPECT_EQ(readBytes(stream, 50), "");
     }
+}
+
+TEST(FileInputStreamTest, KnowsItsSizeWhereverReadingIs)
+{
+    const TemporaryFolder folder;
+    folder.write("a.txt", "one two");
+    FileInputStream stream(folder.widePath(L"a.txt").c_str(), FileOpenMode::kBinary);
+    for (int i = 0; i < 3; ++i)
+    {
+        unsigned int size = 0;
+        EXPECT_TRUE(stream.getSize(size));
+        EXPECT_EQ(size, 7u);
+        readBytes(stream, 4);
+    }
+}
+
+TEST(FileInputStreamTest, AFileThatIsCutShortWhileItIsReadEndsThere)
+{
+    const TemporaryFolder folder;
+    folder.write("a.txt", "one two three");
+    FileInputStream stream(folder.widePath(L"a.txt").c_str(), FileOpenMode::kBinary);
+    EXPECT_EQ(readBytes(stream, 4), "one ");
+    std::error_code whereOthersMayNotWrite;
+    std::filesystem::resize_file(folder.file("a.txt"), 6, whereOthersMayNotWrite);
+    EXPECT_EQ(readBytes(stream, 50), whereOthersMayNotWrite ? "two three" : "tw");
+    EXPECT_TRUE(stream.isOK());
+}
+
+TEST(FileInputStreamTest, WhatIsAddedToAFileThatIsOpenIsNotRead)
+{
+    const TemporaryFolder folder;
+    folder.write("a.txt", "one");
+    FileInputStream stream(folder.widePath(L"a.txt").c_str(), FileOpenMode::kBinary);
+    folder.write("a.txt", "one two");
+    EXPECT_EQ(readBytes(stream, 50), "one");
 }
 
 TEST(FileInputStreamTest, NamesOutsideAsciiAreFound)

@@ -31,6 +31,11 @@ public:
     /// @return how many; an odd byte at the end is read and not counted.
     unsigned int read(wchar_t* buffer, unsigned int characters);
 
+    /// How many bytes the whole content has, wherever reading is. A stream that gets its content with effort overrides it,
+    /// the base asks getData().
+    /// @return false, leaving @p size alone, when there is no content.
+    [[nodiscard]] virtual bool getSize(unsigned int& size); // the last virtual operation: it came last
+
 protected:
     InputStream() = default;
     InputStream(const InputStream&) = default;
@@ -64,9 +69,10 @@ private:
     std::uint32_t position_ = 0;
 };
 
-/// Reads a file, whose content is there at once: mapped where nobody else can cut a mapped file short, read into memory
-/// elsewhere. Not OK: a file that is missing or may not be read, a directory, an empty file, one of 4 GiB or more; the
-/// first step that failed is logged as an error, with the path and the system's text.
+/// Reads a file, piece by piece; getData() takes memory for all of it, once. (Where nobody else can cut a mapped file
+/// short, on Windows, it is mapped.) Not OK: a file that is missing or may not be read, a directory, an empty file, one of
+/// 4 GiB or more, and one of which a read has failed; the first step that failed is logged as an error, with the path and
+/// the system's text.
 class DB2_API FileInputStream : public InputStream
 {
 public:
@@ -77,9 +83,10 @@ public:
     unsigned int read(char* buffer, unsigned int bytes) override;
     const char* getData(unsigned int& size) override;
     [[nodiscard]] bool isOK() override;
+    [[nodiscard]] bool getSize(unsigned int& size) override; ///< costs nothing
 
 private:
-    std::shared_ptr<const class FileContent> content_; ///< null when a step failed; shared by the copies
+    std::shared_ptr<class FileContent> content_; ///< null when a step failed; shared by the copies
     std::uint32_t position_ = 0;
 };
 

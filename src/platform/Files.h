@@ -10,28 +10,42 @@
 /// system takes bytes they are passed as UTF-8, whatever the locale.
 namespace db2 {
 
-/// The bytes of a file, read-only, all at once, for as long as one lives.
+/// A file that is open for reading, and its size when it was opened.
 class FileContent
 {
 public:
     /// Logs the first step that fails, with the path and the system's text. @return null when one failed.
-    [[nodiscard]] static std::shared_ptr<const FileContent> open(const wchar_t* path);
+    [[nodiscard]] static std::shared_ptr<FileContent> open(const wchar_t* path);
 
     FileContent(const FileContent&) = delete;
     FileContent& operator=(const FileContent&) = delete;
     ~FileContent();
 
-    [[nodiscard]] const char* data() const { return data_; }
     [[nodiscard]] std::uint32_t size() const { return size_; }
+
+    /// Copies bytes from a position on. @return how many there were; fewer when the file ends, or a read fails.
+    [[nodiscard]] std::uint32_t read(std::uint32_t position, char* buffer, std::uint32_t bytes);
+
+    /// All bytes at once, for as long as this lives. @return null when they cannot be had.
+    [[nodiscard]] const char* data();
+
+    /// True once a read has failed, which is logged.
+    [[nodiscard]] bool hasFailed() const { return failed_; }
 
 private:
     FileContent() = default;
 
     const char* data_ = nullptr;
     std::uint32_t size_ = 0;
+    bool failed_ = false;
 #if defined(_WIN32)
     void* file_ = nullptr; ///< handles
     void* mapping_ = nullptr;
+#else
+    void fail();
+
+    int descriptor_ = -1;
+    kqx::String path_; ///< for messages
 #endif
 };
 

@@ -10,11 +10,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cwchar>
 #include <limits>
 #include <string>
+#include <utility>
 
 namespace db2 {
 namespace {
@@ -55,6 +57,7 @@ public:
     }
     [[nodiscard]] bool isOpen() const { return descriptor_ >= 0; }
     [[nodiscard]] int get() const { return descriptor_; }
+    [[nodiscard]] int release() { return std::exchange(descriptor_, -1); }
 
 private:
     int descriptor_;
@@ -73,13 +76,14 @@ int openForReading(const wchar_t* path)
     return descriptor;
 }
 
-/// Reads up to @p size bytes. @return how many there were; -1, with the last error set, on failure.
-std::int64_t readAll(int descriptor, char* buffer, std::uint32_t size)
+/// Reads up to @p size bytes from a position on. @return how many there were; -1, with the last error set, on failure.
+std::int64_t readAt(int descriptor, std::uint32_t position, char* buffer, std::uint32_t size)
 {
     std::uint32_t count = 0;
     while (count < size)
     {
-        const ssize_t got = ::read(descriptor, buffer + count, size - count);
+        const ssize_t got =
+            ::pread(descriptor, buffer + count, size - count, static_cast<off_t>(position) + static_cast<off_t>(count));
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0)
@@ -105,9 +109,9 @@ void flushFolderOf(const std::string& path)
 
 // --- Reading ---
 
-std::shared_ptr<const FileContent> FileContent::open(const wchar_t* path)
+std::shared_ptr<FileContent> FileContent::open(const wchar_t* path)
 {
-    const Descriptor file(openForReading(path));
+    Descriptor file(openForReading(path));
     struct stat status = {};
     const bool isMeasured = file.isOpen() && ::fstat(file.get(), &status) == 0;
     if (isMeasured && S_ISDIR(status.st_mode))
@@ -133,29 +137,65 @@ std::shared_ptr<const FileContent> FileContent::open(const wchar_t* path)
     }
 
     std::shared_ptr<FileContent> content;
-    const bool made = succeeds([&] { content.reset(new FileContent); });
-    const auto size = static_cast<std::uint32_t>(status.st_size);
-    // Read, not mapped: whoever cuts a mapped file short ends the reading process.
-    char* const bytes = made ? static_cast<char*>(std::malloc(size)) : nullptr;
-    if (bytes != nullptr)
-        content->data_ = bytes;
-    else
+    const bool made = succeeds([&] {
+        content.reset(new FileContent);
+        content->path_ = path;
+    });
+    if (!made)
+    {
         errno = ENOMEM;
-    const std::int64_t count = bytes != nullptr ? readAll(file.get(), bytes, size) : -1;
+        logLastWindowsError(L"Reading file '%s', MapViewOfFile() in FileInputStream", path);
+        return nullptr;
+    }
+    content->descriptor_ = file.release();
+    content->size_ = static_cast<std::uint32_t>(status.st_size);
+    return content;
+}
+
+/// With the last error set. Once is enough: what could not be read makes itself felt again.
+void FileContent::fail()
+{
+    if (!failed_)
+        logLastWindowsError(L"Reading file '%s', MapViewOfFile() in FileInputStream", path_.c_str());
+    failed_ = true;
+}
+
+std::uint32_t FileContent::read(std::uint32_t position, char* buffer, std::uint32_t bytes)
+{
+    const std::uint32_t wanted = position < size_ ? std::min(bytes, size_ - position) : 0;
+    const std::int64_t count = readAt(descriptor_, position, buffer, wanted);
+    if (count < 0)
+        fail();
+    return count > 0 ? static_cast<std::uint32_t>(count) : 0;
+}
+
+/// Read, not mapped: whoever cuts a mapped file short ends the reading process.
+const char* FileContent::data()
+{
+    if (data_ != nullptr || failed_)
+        return data_;
+    char* const bytes = static_cast<char*>(std::malloc(size_));
+    if (bytes == nullptr)
+        errno = ENOMEM;
+    const std::int64_t count = bytes != nullptr ? readAt(descriptor_, 0, bytes, size_) : -1;
     if (count == 0)
         errno = EINVAL;
     if (count <= 0)
     {
-        logLastWindowsError(L"Reading file '%s', MapViewOfFile() in FileInputStream", path);
+        fail();
+        std::free(bytes);
         return nullptr;
     }
-    content->size_ = static_cast<std::uint32_t>(count);
-    return content;
+    size_ = static_cast<std::uint32_t>(count);
+    data_ = bytes;
+    return data_;
 }
 
 FileContent::~FileContent()
 {
     std::free(const_cast<char*>(data_));
+    if (descriptor_ >= 0)
+        ::close(descriptor_);
 }
 
 // --- Writing ---

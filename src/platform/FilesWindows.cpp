@@ -14,7 +14,9 @@
 #include <share.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 namespace db2 {
 namespace {
@@ -36,7 +38,7 @@ void takeOverErrno()
 
 // --- Reading ---
 
-std::shared_ptr<const FileContent> FileContent::open(const wchar_t* path)
+std::shared_ptr<FileContent> FileContent::open(const wchar_t* path)
 {
     std::shared_ptr<FileContent> content;
     if (!succeeds([&] { content.reset(new FileContent); }))
@@ -76,6 +78,19 @@ std::shared_ptr<const FileContent> FileContent::open(const wchar_t* path)
     }
     content->size_ = size;
     return content;
+}
+
+std::uint32_t FileContent::read(std::uint32_t position, char* buffer, std::uint32_t bytes)
+{
+    const std::uint32_t count = position < size_ ? std::min(bytes, size_ - position) : 0;
+    if (count != 0)
+        std::memcpy(buffer, data_ + position, count);
+    return count;
+}
+
+const char* FileContent::data()
+{
+    return data_;
 }
 
 FileContent::~FileContent()
