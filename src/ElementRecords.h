@@ -56,10 +56,11 @@ struct NodeExtras
         elements; ///< with blocks of their own: an unknown node's template elements, then dynamic
     kqtl::pod_vector<Element*> legacyElements;
     std::optional<NameIndex> dynamicNames; ///< name hash to dynamic element; from the third dynamic element on
+    std::optional<NameIndex> legacyNames;  ///< the same for legacy elements
 
     // Reserve first: what enters then needs no memory. @return false when memory is out.
     [[nodiscard]] bool reserveElement();
-    [[nodiscard]] bool reserveLegacyElement();
+    [[nodiscard]] bool reserveLegacyElement(); ///< with its name
     /// Prepares for one dynamic element more, with its name. @param dynamicCount  of those that are there.
     [[nodiscard]] bool reserveDynamicElement(std::size_t dynamicCount);
 };

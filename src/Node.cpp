@@ -7,12 +7,13 @@
 
 #include <cwchar>
 #include <new>
+#include <optional>
 #include <utility>
 
 namespace db2 {
 namespace {
 
-/// From this many children on a node has an index of their names, and likewise of its dynamic elements' names.
+/// From this many children on a node has an index of their names, and likewise of its dynamic and its legacy elements'.
 constexpr unsigned int kIndexFrom = 3;
 
 bool sameName(const Element* element, const wchar_t* name)
@@ -26,26 +27,57 @@ Kind* ofKind(Element* element, bool isArray)
     return element != nullptr && element->isAttributeArray() == isArray ? static_cast<Kind*>(element) : nullptr;
 }
 
-Element* findLegacyByName(const Node& node, const wchar_t* name)
+/// The element of an index that has just that name. The names in one index differ in their hashes, so no other element can
+/// have the text when the one of its hash does not.
+Element* findByName(const NameIndex& index, const wchar_t* name)
 {
-    for (unsigned int i = 0; name != nullptr && i < node.getLegacyElementCount(); ++i)
-        if (sameName(node.getLegacyElement(i), name))
-            return node.getLegacyElement(i);
-    return nullptr;
+    auto* const element = static_cast<Element*>(index.find(hashName(name)));
+    return element != nullptr && sameName(element, name) ? element : nullptr;
+}
+
+/// Prepares for one name more; makes the index when there are enough of them.
+/// @param first, count  the elements that are there. @return false when memory is out.
+bool reserveName(std::optional<NameIndex>& names, Element* const* first, std::size_t count)
+{
+    if (!names && count + 1 >= kIndexFrom)
+    {
+        NameIndex index;
+        if (!index.reserveInsert())
+            return false;
+        for (std::size_t i = 0; i < count; ++i)
+            index.insert(hashName(first[i]->getName()), first[i]);
+        names = std::move(index);
+    }
+    return !names || names->reserveInsert();
 }
 
 } // namespace
 
 // --- Tree ---
 
+/// Whoever is above both cannot be below the other one, so the way up ends there. How far it is nobody knows: the other's
+/// ancestors are tried as such at distances that double, each time from here on, and a little further up than there.
 bool Node::isDescendantOf(const Node* other) const
 {
     if (other == nullptr)
         return false;
-    const Node* ancestor = parent_;
-    while (ancestor != nullptr && ancestor != other)
-        ancestor = ancestor->parent_;
-    return ancestor != nullptr;
+    const Node* aboveOther = other;
+    for (std::size_t reach = 1;; reach *= 2)
+    {
+        for (std::size_t step = 0; step < reach && aboveOther != nullptr; ++step)
+            aboveOther = aboveOther->parent_;
+        const Node* ancestor = parent_;
+        for (std::size_t step = 0; step < 4 * reach || aboveOther == nullptr; ++step)
+        {
+            if (ancestor == other)
+                return true;
+            if (ancestor == aboveOther) // also at the top
+                return false;
+            if (ancestor == nullptr)
+                return false;
+            ancestor = ancestor->parent_;
+        }
+    }
 }
 
 Node* Node::findChildByName(const wchar_t* name) const
@@ -116,11 +148,7 @@ Element* Node::findElementByName(const wchar_t* name) const
     if (templateIndex != NodeTemplate::kEndOfList)
         return getElement(templateIndex);
     if (extras_ != nullptr && extras_->dynamicNames)
-    {
-        // As for children: the names on one node differ in their hashes.
-        auto* const element = static_cast<Element*>(extras_->dynamicNames->find(hashName(name)));
-        return element != nullptr && sameName(element, name) ? element : nullptr;
-    }
+        return findByName(*extras_->dynamicNames, name);
     for (unsigned int i = 0; i < getDynamicElementCount(); ++i)
         if (sameName(getDynamicElement(i), name))
             return getDynamicElement(i);
@@ -137,14 +165,26 @@ AttributeArray* Node::findAttributeArrayByName(const wchar_t* name) const
     return ofKind<AttributeArray>(findElementByName(name), true);
 }
 
+Element* Node::findLegacyElementByName(const wchar_t* name) const
+{
+    if (name == nullptr || extras_ == nullptr)
+        return nullptr;
+    if (extras_->legacyNames)
+        return findByName(*extras_->legacyNames, name);
+    for (Element* const element : extras_->legacyElements)
+        if (sameName(element, name))
+            return element;
+    return nullptr;
+}
+
 Attribute* Node::findLegacyAttributeByName(const wchar_t* name) const
 {
-    return ofKind<Attribute>(findLegacyByName(*this, name), false);
+    return ofKind<Attribute>(findLegacyElementByName(name), false);
 }
 
 AttributeArray* Node::findLegacyAttributeArrayByName(const wchar_t* name) const
 {
-    return ofKind<AttributeArray>(findLegacyByName(*this, name), true);
+    return ofKind<AttributeArray>(findLegacyElementByName(name), true);
 }
 
 // --- Names that are free ---
@@ -173,6 +213,8 @@ bool Node::isLegacyElementNameUnique(const wchar_t* name) const
     if (extras_ == nullptr)
         return true;
     const std::uint32_t hash = hashName(name);
+    if (extras_->legacyNames)
+        return !extras_->legacyNames->contains(hash);
     for (const Element* const element : extras_->legacyElements)
         if (hashName(element->getName()) == hash)
             return false;
@@ -280,23 +322,13 @@ bool NodeExtras::reserveElement()
 
 bool NodeExtras::reserveLegacyElement()
 {
-    return reserveOneMore(legacyElements);
+    return reserveOneMore(legacyElements) && reserveName(legacyNames, legacyElements.data(), legacyElements.size());
 }
 
 bool NodeExtras::reserveDynamicElement(std::size_t dynamicCount)
 {
-    if (!reserveElement())
-        return false;
-    if (!dynamicNames && dynamicCount + 1 >= kIndexFrom)
-    {
-        NameIndex index;
-        if (!index.reserveInsert())
-            return false;
-        for (std::size_t i = elements.size() - dynamicCount; i < elements.size(); ++i)
-            index.insert(hashName(elements[i]->getName()), elements[i]);
-        dynamicNames = std::move(index);
-    }
-    return !dynamicNames || dynamicNames->reserveInsert();
+    Element* const* const first = elements.data() + (elements.size() - dynamicCount);
+    return reserveName(dynamicNames, first, dynamicCount) && reserveElement();
 }
 
 } // namespace db2

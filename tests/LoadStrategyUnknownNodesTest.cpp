@@ -141,6 +141,21 @@ TEST_F(LoadStrategyUnknownNodesTest, UnknownNodesBelowUnknownNodesAreConvertedTo
     EXPECT_EQ(names(), L"a b c d ");
 }
 
+TEST_F(LoadStrategyUnknownNodesTest, ADeepChainIsConverted)
+{
+    constexpr unsigned int kDeep =
+        50000; // each of them moves its child, in a moment when that costs no way to the root
+    Node* deepest = parent;
+    for (unsigned int i = 0; i < kDeep; ++i)
+        deepest = unknown(L"link", deepest);
+    EXPECT_EQ(dbu_convertUnknownNodesInModuleToKnownNodes(arrived, scene.root(), &scene.core(), &scene.core(), 0),
+              Status::kSuccess); // not by way of the recorder, which writes down paths
+    unsigned int known = 0;
+    for (const Node* node = parent->getFirstChild(); node != nullptr; node = node->getFirstChild())
+        known += node->isUnknown() ? 0u : 1u;
+    EXPECT_EQ(known, kDeep);
+}
+
 TEST_F(LoadStrategyUnknownNodesTest, OnlyNodesBelowTheGivenOneAreConverted)
 {
     Node* const a = unknown(L"a");

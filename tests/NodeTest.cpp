@@ -1,4 +1,5 @@
 #include "support/NameCollision.h"
+#include "support/Random.h"
 #include "support/Scene.h"
 
 #include <kqtl/Alloc.h>
@@ -89,6 +90,28 @@ TEST_F(NodeTest, ANodeIsNoDescendantOfItselfOfNullOrOfWhatIsNotAbove)
     EXPECT_FALSE(thumb->isDescendantOf(leg));
     EXPECT_FALSE(scene.root()->isDescendantOf(arm));
     EXPECT_FALSE(scene.root()->isDescendantOf(nullptr));
+}
+
+TEST_F(NodeTest, ADescendantIsWhoHasTheOtherOnTheWayToTheRoot)
+{
+    const auto hasOnItsWay = [](const Node* node, const Node* other) {
+        for (node = node->getParent(); node != nullptr; node = node->getParent())
+            if (node == other)
+                return true;
+        return false;
+    };
+    Random random = Random::fresh();
+    SCOPED_TRACE(random.description());
+    for (const std::size_t isDeep : {0u, 1u, 2u}) // out of 2
+    {
+        std::vector<Node*> nodes{scene.root()};
+        while (nodes.size() < 250)
+            nodes.push_back(
+                scene.nodeOf(Scene::kPlain, L"n", random.chance(isDeep, 2) ? nodes.back() : random.pick(nodes)));
+        for (const Node* const node : nodes)
+            for (const Node* const other : nodes)
+                ASSERT_EQ(node->isDescendantOf(other), hasOnItsWay(node, other));
+    }
 }
 
 TEST_F(NodeTest, FindChildByNameFindsTheChildOfExactlyThatName)
@@ -260,6 +283,30 @@ TEST_F(NodeTest, LegacyElementsAreFoundByNameAndKindAmongThemselves)
 }
 
 // --- Names that are free ---
+
+TEST_F(NodeTest, LegacyElementsOfAnyNumberAreFoundUntilTheyGo)
+{
+    std::vector<Element*> elements;
+    const auto nameOf = [](std::size_t i) { return L"old" + std::to_wstring(i); };
+    for (std::size_t i = 0; i < 60; ++i)
+    {
+        ASSERT_TRUE(arm->isLegacyElementNameUnique(nameOf(i).c_str()));
+        elements.push_back(legacyInt(nameOf(i).c_str(), arm, i % 2 == 1));
+        for (std::size_t k = 0; k <= i; ++k)
+        {
+            ASSERT_FALSE(arm->isLegacyElementNameUnique(nameOf(k).c_str()));
+            ASSERT_EQ(arm->findLegacyAttributeByName(nameOf(k).c_str()), k % 2 == 0 ? elements[k] : nullptr);
+            ASSERT_EQ(arm->findLegacyAttributeArrayByName(nameOf(k).c_str()), k % 2 == 1 ? elements[k] : nullptr);
+        }
+    }
+    for (std::size_t i = 0; i < 60; i += 3)
+        ASSERT_EQ(scene.core().destroyLegacyElement(elements[i]), Status::kSuccess);
+    for (std::size_t i = 0; i < 60; ++i)
+    {
+        ASSERT_EQ(arm->isLegacyElementNameUnique(nameOf(i).c_str()), i % 3 == 0);
+        ASSERT_EQ(arm->findLegacyAttributeByName(nameOf(i).c_str()), i % 6 == 2 || i % 6 == 4 ? elements[i] : nullptr);
+    }
+}
 
 TEST_F(NodeTest, AnElementNameIsFreeUntilAnElementOfTheKindHasIt)
 {

@@ -35,7 +35,8 @@ public:
     [[nodiscard]] Node* getPreviousSibling() const { return previousSibling_; }
     [[nodiscard]] Node* getNextSibling() const { return nextSibling_; }
 
-    /// False when @p other is null or the node itself. Cost: one step a level.
+    /// False when @p other is null or the node itself. Cost: some steps for each level up to where the two ways to the
+    /// root meet.
     [[nodiscard]] bool isDescendantOf(const Node* other) const;
 
     /// The child whose name is exactly @p name, or null (also for a null name). Cost: constant.
@@ -115,6 +116,7 @@ private:
     void removeChildEntry(const Node* child);
     void dropChildIndex();
     [[nodiscard]] Node* findChildByHash(std::uint32_t nameHash) const;
+    [[nodiscard]] Element* findLegacyElementByName(const wchar_t* name) const;
 
     // Elements: in the node's block, or with blocks of their own.
     [[nodiscard]] unsigned int elementsInBlock() const { return isUnknown() ? 0 : template_->getElementCount(); }

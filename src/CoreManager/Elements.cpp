@@ -174,6 +174,8 @@ Status CoreManager::createLegacyElement(const ElementMetaDataDef& definition, co
     if (element == nullptr)
         return Status::kFailure;
     extras->legacyElements.push_back(element);
+    if (extras->legacyNames)
+        extras->legacyNames->insert(hashName(name), element);
     ++statistics_.legacyElements;
     if (outElement != nullptr)
         *outElement = element;
@@ -190,7 +192,10 @@ Status CoreManager::destroyLegacyElement(Element* element)
     const bool isLive = !element->hasFlag(ElementFlag::kDestroyed) && !element->isDestroyed();
     if (!element->isLegacy() || element->isAttributeArrayElement() || !isLive || !reserveElementGarbage())
         return Status::kFailure;
-    eraseFrom(element->getNode()->extras_->legacyElements, element);
+    NodeExtras& extras = *element->getNode()->extras_;
+    if (extras.legacyNames)
+        extras.legacyNames->remove(hashName(element->getName()));
+    eraseFrom(extras.legacyElements, element);
     element->setFlag(ElementFlag::kDestroyed);
     elementGarbage_.push_back(element);
     --statistics_.legacyElements;

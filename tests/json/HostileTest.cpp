@@ -112,4 +112,20 @@ TEST(JsonHostileTimeTest, NamesElementsAndReferencesOfOneKindLoadInLargeNumbers)
     EXPECT_EQ(scene.core().getStatistics().references, kMany);
 }
 
+TEST(JsonHostileTimeTest, ANodeTakesLegacyElementsInLargeNumbers)
+{
+    constexpr unsigned int kMany = 100000;
+    Scene scene;
+    std::string elements;
+    for (unsigned int i = 0; i < kMany; ++i)
+        elements += (i > 0 ? ",\n[\"gone" : "[\"gone") + std::to_string(i) + "\", \"Int\"]";
+    const std::string text = documentOf({nodeText("\"legacy\": [" + elements + "]")});
+    EXPECT_EQ(loadText(scene, text), Status::kLoadedWithUnhandledLegacyData);
+    EXPECT_EQ(scene.root()->getFirstChild()->getLegacyElementCount(), 0u);
+    ASSERT_EQ(scene.core().db_clear(), Status::kSuccess);
+    EXPECT_EQ(loadText(scene, text, nullptr, LoadStrategy::kKeepUnhandledLegacyData),
+              Status::kLoadedWithUnhandledLegacyData);
+    EXPECT_EQ(scene.root()->getFirstChild()->getLegacyElementCount(), kMany);
+}
+
 } // namespace
