@@ -11,9 +11,11 @@
 #include <kqx/String.h>
 
 #include <array>
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace db2 {
@@ -95,6 +97,7 @@ public:
     [[nodiscard]] DataInterface& getDataInterface() const { return data_; }
     [[nodiscard]] CoreManager& getCoreManager() const { return core_; }
     [[nodiscard]] Node* getLoadParent() const { return loadParent_; }
+    [[nodiscard]] const kqx::String& getFileName() const { return fileName_; } ///< as given to load()
     /// True when any of the bits is set.
     [[nodiscard]] bool hasOption(unsigned int options) const { return (options_ & options) != 0; }
 
@@ -158,13 +161,32 @@ private:
         bool singleOutput;
     };
 
+    /// What makeNode() found for the names that it was given last.
+    struct FoundType
+    {
+        std::wstring typeName;
+        std::wstring moduleId;
+        Module* module = nullptr;
+        const NodeTemplate* nodeTemplate = nullptr; ///< null when the module has no such type
+    };
+    /// Where the last path led up to its element.
+    struct FoundNode
+    {
+        kqx::String path;
+        kqx::AnchorHandle<Node> node;
+    };
+
     // Header
     Status findModules();
     Status chooseMigrators();
     void chooseMigratorsOf(const HeaderData::ModuleEntry& entry);
 
     // Nodes and elements
+    [[nodiscard]] bool findType(const wchar_t* typeName, const wchar_t* moduleId);
+    [[nodiscard]] ElementMetaDataDef* getOrMakeDefinition(AttributeTypeId typeId);
     void noteTopNode(const wchar_t* name, Node& node);
+    [[nodiscard]] bool isTopNodeOfFile(const Node* node);
+    [[nodiscard]] Element* findElement(const Node& node, const wchar_t* name);
     Status getElementToPopulate(Node* node, const wchar_t* name, AttributeTypeId typeId, bool isArray, bool isDynamic,
                                 Element** outElement);
     Status makeElementToPopulate(ElementMetaDataDef& definition, Node& node, const wchar_t* name,
@@ -180,6 +202,7 @@ private:
     Status makeReferences();
     Status makeReference(const DeferredReference& reference);
     Status resolve(const kqx::String& path, Attribute** outAttribute);
+    Status resolveAnew(const kqx::String& path, Attribute** outAttribute);
     void offerLegacyConnection(Attribute& found, Attribute& holder);
     void disposeOfLegacyElements();
     [[nodiscard]] bool countAndChoose(const LegacyElement& legacy);
@@ -204,9 +227,19 @@ private:
     unsigned int unhandledNodes_ = 0;
     unsigned int unhandledElements_ = 0;
     unsigned int unhandledConnections_ = 0;
-    /// The nodes under the load parent by the names that the file gives them, which they may not have got.
-    std::unordered_map<std::wstring, kqx::AnchorHandle<Node>> topNodes_;
+    /// The nodes under the load parent that did not get the names that the file gives them, by these.
+    std::unordered_map<std::wstring, kqx::AnchorHandle<Node>> renamedTopNodes_;
+    kqtl::pod_vector<const Node*> topNodes_;     ///< those that did
+    std::unordered_set<const Node*> topNodeSet_; ///< the first of these; asked, never walked
+    std::size_t topNodesInSet_ = 0;
+
+    // Neighbours in a file are mostly alike, so what was found for the last one is tried first
+    FoundType lastType_;
+    const Node* lastNode_ = nullptr; ///< whose element was asked for last; compared only
+    unsigned int nextElement_ = 0;   ///< behind that one
+    FoundNode lastReferenced_;
     std::array<std::unique_ptr<ElementMetaDataDef>, kAttributeTypeCount> definitions_; ///< made when first asked for
+    std::array<bool, kAttributeTypeCount> definitionsGivenOut_{}; ///< which a format may have filled in
     std::unique_ptr<UnknownEnumAttributeMetaDataDef> unknownEnumDefinition_;
 };
 

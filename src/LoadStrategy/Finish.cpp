@@ -12,8 +12,25 @@
 
 #include "../OutOfMemory.h"
 
+#include <cwchar>
+#include <string_view>
+
 namespace db2 {
 namespace {
+
+/// Where a path stops stepping from node to node.
+const wchar_t* findElementStep(const wchar_t* path)
+{
+    while (*path != L'\0' && *path != L'.' && *path != L':')
+        path += *path == L'\\' && path[1] != L'\0' ? 2 : 1;
+    return path;
+}
+
+/// Whether a path's last step is the name of an attribute that needs no second look.
+bool isPlainName(const wchar_t* step)
+{
+    return *step == L'.' && step[1] != L'\0' && step[1 + std::wcscspn(step + 1, L"|.:[]\\ \t\n")] == L'\0';
+}
 
 /// The name of the node that a path steps to first. @param rest  receives what follows it.
 /// Throws std::bad_alloc.
@@ -92,30 +109,52 @@ Status LoadStrategy::makeReference(const DeferredReference& reference)
     return Status::kFailure;
 }
 
-/// Along the names that the file knows: its first step may lead to a node that got another name here.
+/// By the last path when it led to the same node, else anew.
 Status LoadStrategy::resolve(const kqx::String& path, Attribute** outAttribute)
 {
-    Status status = Status::kFailure;
-    const bool done = succeeds([&] {
-        const wchar_t* rest = path.c_str();
-        Node* root = loadParent_;
-        if (!topNodes_.empty())
+    Status status = Status::kFailure; // also when memory runs out
+    static_cast<void>(succeeds([&] {
+        const wchar_t* const element = findElementStep(path.c_str());
+        const std::wstring_view toNode(path.c_str(), static_cast<std::size_t>(element - path.c_str()));
+        const Node* const last = lastReferenced_.node.get();
+        if (last != nullptr && toNode == std::wstring_view(lastReferenced_.path) && isPlainName(element))
         {
-            const wchar_t* behindFirst = nullptr;
-            const auto renamed = topNodes_.find(firstStep(path, behindFirst));
-            if (renamed != topNodes_.end() && renamed->second.get() != nullptr)
-            {
-                root = renamed->second.get();
-                rest = behindFirst;
-            }
+            status = dbu_resolvePath(last, element, nullptr, nullptr, outAttribute, false, &migrators_);
+            if (status == Status::kSuccess && *outAttribute != nullptr)
+                return;
         }
-        status = dbu_pathToAttribute(root, rest, outAttribute, true, &migrators_);
-    });
-    return done ? status : Status::kFailure;
+        status = resolveAnew(path, outAttribute); // which also says what is wrong with it
+        lastReferenced_.node.reset();
+        if (status != Status::kSuccess)
+            return;
+        lastReferenced_.path.assign(toNode.data(), toNode.size());
+        lastReferenced_.node = (*outAttribute)->getNode();
+    }));
+    return status;
+}
+
+/// Along the names that the file knows: its first step may lead to a node that got another name here.
+/// Throws std::bad_alloc.
+Status LoadStrategy::resolveAnew(const kqx::String& path, Attribute** outAttribute)
+{
+    const wchar_t* rest = path.c_str();
+    Node* root = loadParent_;
+    if (!renamedTopNodes_.empty())
+    {
+        const wchar_t* behindFirst = nullptr;
+        const auto renamed = renamedTopNodes_.find(firstStep(path, behindFirst));
+        if (renamed != renamedTopNodes_.end() && renamed->second.get() != nullptr)
+        {
+            root = renamed->second.get();
+            rest = behindFirst;
+        }
+    }
+    return dbu_pathToAttribute(root, rest, outAttribute, true, &migrators_);
 }
 
 void LoadStrategy::offerLegacyConnection(Attribute& found, Attribute& holder)
 {
+    lastReferenced_.node.reset(); // a migrator may move and rename
     for (Migrator* const migrator : migrators_)
         if (migrator->migrateLegacyConnection(&found, &holder))
             return;

@@ -12,6 +12,8 @@
 
 #include "../OutOfMemory.h"
 
+#include <cwchar>
+
 namespace db2 {
 namespace {
 
@@ -58,12 +60,12 @@ Status LoadStrategy::makeNode(const wchar_t* typeName, const wchar_t* moduleId, 
     const wchar_t* const currentId = migrateNodeModuleId(moduleId, currentName);
     if (currentId == nullptr)
         return refuse(Status::kFailure, L"Failed to migrate node moduleId '%s'", moduleId);
-    Module* const module = lookupModule(currentId);
-    if (module == nullptr)
+    if (!findType(currentName, currentId))
         return Status::kFailure;
 
     Node* node = nullptr;
-    const NodeTemplate* const nodeTemplate = core_.getRegistry().lookupNodeTemplate(currentName);
+    Module* const module = lastType_.module;
+    const NodeTemplate* const nodeTemplate = lastType_.nodeTemplate;
     const bool isKnown = !module->isUnknown() && nodeTemplate != nullptr;
     const bool isLegacy = !module->isUnknown() && nodeTemplate == nullptr;
     const Status status = isKnown
@@ -80,12 +82,43 @@ Status LoadStrategy::makeNode(const wchar_t* typeName, const wchar_t* moduleId, 
     return Status::kSuccess;
 }
 
+/// Finds the module and the type; both stay registered while nodes of theirs are being loaded.
+/// @return false when there is no such module, or memory is out.
+bool LoadStrategy::findType(const wchar_t* typeName, const wchar_t* moduleId)
+{
+    if (lastType_.module != nullptr && lastType_.typeName == typeName && lastType_.moduleId == moduleId)
+        return true;
+    lastType_.module = nullptr; // until all of it is there
+    Module* const module = lookupModule(moduleId);
+    if (module == nullptr || !succeeds([&] {
+            lastType_.typeName = typeName;
+            lastType_.moduleId = moduleId;
+        }))
+        return false;
+    lastType_.nodeTemplate = core_.getRegistry().lookupNodeTemplate(typeName);
+    lastType_.module = module;
+    return true;
+}
+
 /// Remembers a node that did not get the name that the file's references know it by. The first of a name counts.
 void LoadStrategy::noteTopNode(const wchar_t* name, Node& node)
 {
-    const bool isRenamed = name != nullptr && *name != L'\0' && node.getName() != name;
-    if (isRenamed)
-        static_cast<void>(succeeds([&] { topNodes_.try_emplace(name, &node); }));
+    if (name == nullptr || *name == L'\0')
+        return;
+    static_cast<void>(succeeds([&] {
+        if (node.getName() == name)
+            topNodes_.push_back(&node);
+        else if (!isTopNodeOfFile(loadParent_->findChildByName(name)))
+            renamedTopNodes_.try_emplace(name, &node);
+    }));
+}
+
+/// Whether the file has brought the node, under the name that it has. Throws std::bad_alloc.
+bool LoadStrategy::isTopNodeOfFile(const Node* node)
+{
+    for (; topNodesInSet_ < topNodes_.size(); ++topNodesInSet_)
+        topNodeSet_.insert(topNodes_[topNodesInSet_]);
+    return topNodeSet_.count(node) != 0;
 }
 
 Status LoadStrategy::onNodeLoaded(Node& node)
@@ -102,6 +135,15 @@ Status LoadStrategy::onNodeLoaded(Node& node)
 // --- Elements ---
 
 ElementMetaDataDef* LoadStrategy::getMetaDataDef(AttributeTypeId typeId)
+{
+    ElementMetaDataDef* const definition = getOrMakeDefinition(typeId);
+    if (definition != nullptr)
+        definitionsGivenOut_[typeId] = true;
+    return definition;
+}
+
+/// @return null for what is no type, and when memory is out.
+ElementMetaDataDef* LoadStrategy::getOrMakeDefinition(AttributeTypeId typeId)
 {
     if (typeId >= kAttributeTypeCount)
         return nullptr;
@@ -136,7 +178,7 @@ Status LoadStrategy::getElementToPopulate(Node* node, const wchar_t* name, Attri
 {
     if (node == nullptr || name == nullptr)
         return Status::kFailure;
-    ElementMetaDataDef* const definition = getMetaDataDef(typeId);
+    ElementMetaDataDef* const definition = getOrMakeDefinition(typeId);
     if (definition == nullptr)
     {
         logError(L"Could not find meta data def for attribute type '%s'", ValueInfo::getTypeName(typeId));
@@ -146,7 +188,8 @@ Status LoadStrategy::getElementToPopulate(Node* node, const wchar_t* name, Attri
     Status status = Status::kFailure; // when memory runs out
     static_cast<void>(
         succeeds([&] { status = makeElementToPopulate(*definition, *node, name, typeId, isDynamic, outElement); }));
-    definition->clear();
+    if (isArray || definitionsGivenOut_[typeId]) // else it is as it was made
+        definition->clear();
     if (status == Status::kSuccess)
         (*outElement)->setFlag(ElementFlag::kLoaded);
     return status;
@@ -184,7 +227,7 @@ Status LoadStrategy::findElementToPopulate(const ElementMetaDataDef& definition,
     const wchar_t* const currentName = migrateAttributeName(name, &node, migrators_);
     if (currentName == nullptr)
         return refuse(Status::kFailure, L"Failed to migrate element name '%s'", name);
-    Element* const element = node.findElementByName(currentName);
+    Element* const element = findElement(node, currentName);
     if (element != nullptr && element->isAttributeArray() == definition.isArray() && element->getTypeId() == typeId)
     {
         *outElement = element;
@@ -192,6 +235,21 @@ Status LoadStrategy::findElementToPopulate(const ElementMetaDataDef& definition,
     }
     const Status status = makeLegacyElement(definition, node, currentName, typeId, outElement);
     return status == Status::kSuccess ? status : refuse(status, L"Failed to create legacy element '%s'", currentName);
+}
+
+/// As Node::findElementByName(), but tries the element behind the last one first, because files list them in order.
+Element* LoadStrategy::findElement(const Node& node, const wchar_t* name)
+{
+    const NodeTemplate& nodeTemplate = *node.getNodeTemplate();
+    unsigned int index = &node == lastNode_ ? nextElement_ : 0;
+    const ElementMetaData* const guess = nodeTemplate.getElementMetaData(index);
+    if (guess == nullptr || std::wcscmp(guess->getName(), name) != 0)
+        index = nodeTemplate.findElementByName(name);
+    if (index == NodeTemplate::kEndOfList)
+        return node.findElementByName(name);
+    lastNode_ = &node;
+    nextElement_ = index + 1;
+    return node.getElement(index);
 }
 
 Status LoadStrategy::makeLegacyElement(const ElementMetaDataDef& definition, Node& node, const wchar_t* name,
@@ -252,11 +310,12 @@ Status LoadStrategy::onNullAttributeLoaded(Attribute* attribute)
 Status LoadStrategy::resizeAttributeArray(AttributeArray* array, unsigned int size)
 {
     const bool isLegacy = array != nullptr && array->isLegacy();
+    const unsigned int oldSize = array != nullptr ? array->getSize() : 0;
     const Status status =
         isLegacy ? core_.db_resizeAttributeArray(array, size) : data_.db_resizeAttributeArray(array, size);
     // Nobody knows the defaults of unknown items. The mark tells those that get no value from those that do, so that
     // they are saved, and one day converted, as items without one.
-    for (unsigned int i = 0; status == Status::kSuccess && array->isUnknown() && i < array->getSize(); ++i)
+    for (unsigned int i = oldSize; status == Status::kSuccess && array->isUnknown() && i < array->getSize(); ++i)
         array->getAttribute(i)->setFlag(ElementFlag::kLoaded);
     return status;
 }

@@ -195,6 +195,86 @@ TEST_F(LoadStrategyReferencesTest, ThatHoldsForPathsWithEscapesAndBlanks)
     EXPECT_EQ(b->findAttributeByName(L"Float")->getReference(), b->findAttributeByName(L"Double"));
 }
 
+TEST_F(LoadStrategyReferencesTest, OfTwoNodesOfOneNameInTheFileTheFirstIsMeant)
+{
+    for (const bool isTaken : {false, true})
+    {
+        SCOPED_TRACE(isTaken);
+        if (isTaken)
+            scene.node(L"twin", parent);
+        TestLoader once(stream, data, scene.core(), 3, 0, nullptr);
+        Node* twins[3] = {};
+        once.script = [&](TestLoader& self) {
+            fillHeader(self, 4);
+            EXPECT_EQ(self.validateHeaderData(), Status::kSuccess);
+            for (Node*& twin : twins)
+                EXPECT_EQ(self.makeNode(L"All", L"Test", L"twin", parent, nullptr, &twin), Status::kSuccess);
+            return self.addUnresolvedReference(intOf(twins[2]), L"|twin.Int", false);
+        };
+        EXPECT_EQ(once.load(*parent, nullptr), Status::kSuccess);
+        EXPECT_EQ(intOf(twins[2])->getReference(), intOf(twins[0]));
+        dbu_destroyChildrenRecursively(parent, &scene.core());
+    }
+}
+
+TEST_F(LoadStrategyReferencesTest, ANodeOfTheFileThatGotTheNameOfALaterOneIsNotTakenForIt)
+{
+    scene.node(L"n1", parent);
+    Node* loaded[2] = {};
+    EXPECT_EQ(load([&](TestLoader& self) {
+                  EXPECT_EQ(self.makeNode(L"All", L"Test", L"n1", parent, nullptr, &loaded[0]), Status::kSuccess);
+                  const std::wstring itsName(std::wstring_view(loaded[0]->getName()));
+                  EXPECT_NE(itsName, L"n1");
+                  EXPECT_EQ(self.makeNode(L"All", L"Test", itsName.c_str(), parent, nullptr, &loaded[1]),
+                            Status::kSuccess);
+                  self.addUnresolvedReference(intOf(loaded[0]), (L"|" + itsName + L".Int").c_str(), false);
+                  return self.addUnresolvedReference(loaded[1]->findAttributeByName(L"Float"), L"|n1.Float", false);
+              }),
+              Status::kSuccess);
+    EXPECT_EQ(intOf(loaded[0])->getReference(), intOf(loaded[1]));
+    EXPECT_EQ(loaded[1]->findAttributeByName(L"Float")->getReference(), loaded[0]->findAttributeByName(L"Float"));
+}
+
+TEST_F(LoadStrategyReferencesTest, PathsToOneNodeInARowLeadToEachOfItsElements)
+{
+    EXPECT_EQ(load([&](TestLoader& self) {
+                  a = makeNode(L"All", L"a");
+                  b = makeNode(L"All", L"b");
+                  self.resizeAttributeArray(populateArray(a, L"IntItems"), 2);
+                  self.addUnresolvedReference(b->findAttributeByName(L"Int"), L"|a.Int", false);
+                  self.addUnresolvedReference(b->findAttributeByName(L"Float"), L"|a.Float", false);
+                  self.addUnresolvedReference(b->findAttributeByName(L"Bool"), L"|a:IntItems[1]", false);
+                  return self.addUnresolvedReference(b->findAttributeByName(L"Double"), L"|a. Double", false);
+              }),
+              Status::kSuccess);
+    EXPECT_EQ(b->findAttributeByName(L"Int")->getReference(), a->findAttributeByName(L"Int"));
+    EXPECT_EQ(b->findAttributeByName(L"Float")->getReference(), a->findAttributeByName(L"Float"));
+    EXPECT_EQ(b->findAttributeByName(L"Bool")->getReference(),
+              a->findAttributeArrayByName(L"IntItems")->getAttribute(1));
+    EXPECT_EQ(b->findAttributeByName(L"Double")->getReference(), a->findAttributeByName(L"Double"));
+}
+
+TEST_F(LoadStrategyReferencesTest, APathBehindOneThatResolvedIsCheckedAllTheSame)
+{
+    for (const wchar_t* const path : {L"|a.Gone", L"|a.", L"|a..Int", L"|a.Int[1]", L"|a.Int|b", L"|a"})
+    {
+        SCOPED_TRACE(::testing::Message() << path);
+        TestLoader once(stream, data, scene.core(), 3, 0, nullptr);
+        once.script = [&](TestLoader& self) {
+            fillHeader(self, 4);
+            EXPECT_EQ(self.validateHeaderData(), Status::kSuccess);
+            Node* node = nullptr;
+            EXPECT_EQ(self.makeNode(L"All", L"Test", L"a", parent, nullptr, &a), Status::kSuccess);
+            EXPECT_EQ(self.makeNode(L"All", L"Test", L"b", parent, nullptr, &node), Status::kSuccess);
+            self.addUnresolvedReference(node->findAttributeByName(L"Float"), L"|a.Float", false);
+            return self.addUnresolvedReference(intOf(node), path, false);
+        };
+        EXPECT_EQ(once.load(*parent, nullptr), Status::kFailure);
+        EXPECT_EQ(logged().back(), std::wstring(L"E Failed to resolve attribute path '") + path + L"'");
+        dbu_destroyChildrenRecursively(parent, &scene.core());
+    }
+}
+
 TEST_F(LoadStrategyReferencesTest, ANodeOfTheTreeThatTheFileDoesNotNameIsReachedToo)
 {
     Node* const there = scene.node(L"there", parent);
