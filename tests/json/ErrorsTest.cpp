@@ -49,7 +49,7 @@ TEST_P(JsonErrorsTest, AreLoggedWithTheirPlaceAndRollBack)
     {
         MemoryInputStream stream(block);
         JsonLoader loader(stream, undo, scene.core());
-        EXPECT_NE(loader.load(*scene.root(), L"file"), Status::kSuccess);
+        EXPECT_NE(loader.load(*scene.root(), nullptr), Status::kSuccess);
     }
     const std::vector<LogRecorder::Line> lines = scene.log().take();
     ASSERT_FALSE(lines.empty());

@@ -43,8 +43,8 @@ bool isMigrated(const Attribute& attribute)
 
 /// Of a sparse array, not much more is left out than is written, see DocumentWriter: a file never has as many items of
 /// such arrays as it has bytes, and none is made for a number alone.
-DocumentReader::DocumentReader(LoadStrategy& loader, const char* bytes, std::size_t size)
-    : loader_(loader), json_(bytes, size), metaData_(json_), itemsLeft_(size)
+DocumentReader::DocumentReader(LoadStrategy& loader, std::size_t size)
+    : loader_(loader), json_(loader.getStream(), loader.getFileName()), metaData_(json_), itemsLeft_(size)
 {
 }
 
@@ -229,15 +229,22 @@ void DocumentReader::readAttributeArray(Node& node, EntryType type, bool isDynam
     json_.endArray();
 }
 
-/// All items. They are counted first, because an array that grew item by item would be an edit for each.
+/// All items. They are counted first, because an array that grew item by item would be an edit for each; an array whose
+/// end is not in sight grows by what is.
 void DocumentReader::readItems(AttributeArray& array)
 {
-    resize(array, json_.countItems());
+    JsonReader::ItemCount ahead = json_.countItems();
+    resize(array, ahead.items);
     json_.beginArray();
     for (unsigned int i = 0; json_.tryItem(); ++i)
     {
-        if (i >= array.getSize()) // the count is off when brackets do not match, which would have shown later
-            json_.fail(L"the array has too many entries");
+        if (i >= array.getSize())
+        {
+            if (ahead.isAll) // the count is off when brackets do not match, which would have shown later
+                json_.fail(L"the array has too many entries");
+            ahead = json_.countItemsLeft();
+            resize(array, array.getSize() + ahead.items);
+        }
         readValueOf(*array.getAttribute(i));
     }
 }

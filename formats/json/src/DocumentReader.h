@@ -27,8 +27,8 @@ namespace db2::json {
 class DocumentReader
 {
 public:
-    /// @param bytes  outlive the reader.
-    DocumentReader(LoadStrategy& loader, const char* bytes, std::size_t size);
+    /// @param size  of the whole content of the loader's stream, in bytes.
+    DocumentReader(LoadStrategy& loader, std::size_t size);
 
     void read();
 

@@ -20,15 +20,14 @@ JsonLoader::~JsonLoader() = default;
 Status JsonLoader::doLoad()
 {
     unsigned int size = 0;
-    const char* const bytes = getStream().getData(size);
-    if (bytes == nullptr)
+    if (!getStream().getSize(size))
     {
         logError(L"The stream has no content to load");
         return Status::kFailure;
     }
     try
     {
-        json::DocumentReader(*this, bytes, size).read();
+        json::DocumentReader(*this, size).read();
         return Status::kSuccess;
     }
     catch (const json::LoadFailure& failure)

@@ -2,19 +2,17 @@
 
 #include "NonFinite.h"
 #include "NumberToken.h"
+#include "PlainText.h"
 
 #include <kqx/UTF8.h>
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cstring>
-#include <iterator>
+#include <utility>
 
 namespace db2::json {
 namespace {
-
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 /// Longer texts give the memory of their conversion back.
 constexpr std::size_t kKeptCharacters = 256 * 1024;
@@ -24,13 +22,10 @@ bool isBlank(char c)
     return c == ' ' || c == '\n' || c == '\t' || c == '\r';
 }
 
-/// By byte: whether it is a character of a string that stands for itself.
-constexpr std::array<bool, 256> kIsPlain = [] {
-    std::array<bool, 256> isPlain{};
-    for (std::size_t byte = 0x20; byte < 0x7F; ++byte)
-        isPlain[byte] = byte != '"' && byte != '\\';
-    return isPlain;
-}();
+bool isPlain(char c)
+{
+    return kIsPlain[static_cast<unsigned char>(c)];
+}
 
 std::wstring widened(std::string_view ascii)
 {
@@ -83,23 +78,23 @@ struct StringTaker : rapidjson::BaseReaderHandler<rapidjson::UTF8<>, StringTaker
 
 } // namespace
 
-JsonReader::JsonReader(const char* bytes, std::size_t size)
-    : begin_(bytes), end_(bytes + size), at_(bytes), token_(bytes)
+JsonReader::JsonReader(InputStream& stream, std::wstring_view fileName)
+    : window_(stream), fileName_(fileName), end_(window_.end()), at_(window_.begin()), token_(at_)
 {
-    if (std::string_view(bytes, size).starts_with(kByteOrderMark))
-        at_ = token_ = begin_ += kByteOrderMark.size();
+}
+
+/// Moves the window on, past what has been read before the token. @return false at the end of the content.
+bool JsonReader::readOn()
+{
+    const std::ptrdiff_t behindToken = at_ - token_;
+    const bool isMore = window_.advance(token_);
+    end_ = window_.end();
+    token_ = window_.begin();
+    at_ = token_ + behindToken;
+    return isMore;
 }
 
 // --- Structure ---
-
-/// Goes to the next byte that is not blank. @return it, or 0 at the end.
-char JsonReader::next()
-{
-    while (at_ != end_ && isBlank(*at_))
-        ++at_;
-    token_ = at_;
-    return at_ != end_ ? *at_ : '\0';
-}
 
 void JsonReader::expect(char bracket, const wchar_t* what)
 {
@@ -111,45 +106,51 @@ void JsonReader::expect(char bracket, const wchar_t* what)
 void JsonReader::beginObject()
 {
     expect('{', L"an object");
-    levels_.push_back({});
+    open(false);
 }
 
-/// Goes over the comma in front of the next entry of the object or array that is open; next() has gone to it.
-void JsonReader::separate()
+/// Reads a key and its colon, whatever it is.
+void JsonReader::beginMember()
 {
-    Level& level = levels_.back();
-    if (level.count > 0)
-    {
-        if (at_ == end_ || *at_ != ',')
-            expect(',', level.isArray ? L"a comma or the end of the array" : L"a comma or the end of the object");
-        ++at_;
-        if (next() == (level.isArray ? ']' : '}'))
-            fail(L"expected another entry behind the comma");
-    }
-    ++level.count;
-}
-
-void JsonReader::readKey()
-{
-    separate();
-    levels_.back().key = std::string_view();
+    levels_[depth_ - 1].key = std::string_view();
     key_.assign(string(L"a key"));
-    const char* const keyBegin = token_;
-    expect(':', L"a colon");
-    token_ = keyBegin;
+    while (isBlank(*at_) || (at_ == end_ && readOn())) // the key stays what was read last, for messages
+        at_ += isBlank(*at_) ? 1 : 0;
+    if (*at_ != ':')
+        expect(':', L"a colon");
+    ++at_;
     keyIsRead_ = true;
+}
+
+/// Goes over the key that stands next when it is this one and written plainly, as it mostly is.
+bool JsonReader::tryPlainKey(std::string_view key)
+{
+    const std::size_t bytes = key.size() + 3;
+    const bool isThere = static_cast<std::size_t>(end_ - at_) >= bytes && *at_ == '"' && at_[key.size() + 1] == '"' &&
+                         at_[key.size() + 2] == ':' && std::memcmp(at_ + 1, key.data(), key.size()) == 0;
+    if (isThere)
+        at_ += bytes;
+    return isThere;
 }
 
 bool JsonReader::tryMember(std::string_view key)
 {
-    if (!keyIsRead_ && next() == '}')
-        return false;
     if (!keyIsRead_)
-        readKey();
+    {
+        if (next() == '}')
+            return false;
+        separate();
+        if (tryPlainKey(key))
+        {
+            levels_[depth_ - 1].key = key;
+            return true;
+        }
+        beginMember();
+    }
     if (key_ != key)
         return false;
     keyIsRead_ = false;
-    levels_.back().key = key;
+    levels_[depth_ - 1].key = key;
     return true;
 }
 
@@ -161,41 +162,19 @@ void JsonReader::member(std::string_view key)
 
 void JsonReader::endObject()
 {
-    levels_.back().key = std::string_view();
+    levels_[depth_ - 1].key = std::string_view();
     if (!keyIsRead_ && next() == '}')
     {
         ++at_;
-        levels_.pop_back();
+        --depth_;
         return;
     }
     if (!keyIsRead_)
-        readKey();
-    fail(L"the key \"%s\" is not known, repeated or out of order", fromUtf8(key_).c_str());
-}
-
-void JsonReader::beginArray()
-{
-    expect('[', L"an array");
-    levels_.push_back({std::string_view(), 0, true});
-}
-
-bool JsonReader::tryItem()
-{
-    if (next() == ']')
     {
-        ++at_;
-        levels_.pop_back();
-        return false;
+        separate();
+        beginMember();
     }
-    separate();
-    return true;
-}
-
-void JsonReader::item(const wchar_t* meaning)
-{
-    if (next() == ']')
-        fail(L"expected %s, but the array ends here", meaning);
-    separate();
+    fail(L"the key \"%s\" is not known, repeated or out of order", fromUtf8(key_).c_str());
 }
 
 void JsonReader::endArray()
@@ -206,16 +185,38 @@ void JsonReader::endArray()
     fail(L"the array has too many entries");
 }
 
-std::size_t JsonReader::countItems()
+JsonReader::ItemCount JsonReader::countItems()
 {
-    if (next() != '[')
-        return 0;
+    return next() == '[' ? countAhead(0) : ItemCount{0, true};
+}
+
+JsonReader::ItemCount JsonReader::countItemsLeft()
+{
+    next();
+    return countAhead(1);
+}
+
+/// Looks ahead from the token, but no further than the window goes without growing.
+/// @param depth  of the brackets that are open: 0 for an array that stands next, 1 within it.
+JsonReader::ItemCount JsonReader::countAhead(std::size_t depth)
+{
+    constexpr std::ptrdiff_t kFarEnough = 32 * 1024;
     std::size_t commas = 0;
-    std::size_t depth = 0;
-    bool isEmpty = true;
-    for (const char* at = at_; at != end_; ++at)
+    bool isEmpty = depth == 0;
+    bool isInString = false;
+    bool isEscaped = false;
+    for (std::ptrdiff_t offset = 0;; ++offset)
     {
-        switch (*at)
+        if (at_ + offset == end_ && (offset >= kFarEnough || !readOn()))
+            return {std::max<std::size_t>(commas, isEmpty ? 0 : 1), false};
+        const char c = at_[offset];
+        if (isInString)
+        {
+            isInString = isEscaped || c != '"';
+            isEscaped = !isEscaped && c == '\\';
+            continue;
+        }
+        switch (c)
         {
         case ',': commas += depth == 1 ? 1 : 0; break;
         case '[':
@@ -226,20 +227,11 @@ std::size_t JsonReader::countItems()
         case ']':
         case '}':
             if (--depth == 0)
-                return isEmpty ? 0 : commas + 1;
+                return {isEmpty ? 0 : commas + 1, true};
             break;
-        case '"':
-            isEmpty = false;
-            for (++at; at != end_ && *at != '"'; ++at)
-                if (*at == '\\' && ++at == end_)
-                    break;
-            if (at == end_)
-                return commas + 1;
-            break;
-        default: isEmpty = isEmpty && isBlank(*at);
+        default: isInString = c == '"'; isEmpty = isEmpty && isBlank(c);
         }
     }
-    return commas + 1;
 }
 
 void JsonReader::endDocument()
@@ -262,14 +254,34 @@ std::string_view JsonReader::string(const wchar_t* meaning)
     if (next() != '"')
         fail(at_ != end_ ? L"expected %s, which is a string" : L"expected %s, but the file ends here", meaning);
     // Most strings are plain ASCII and need no copy.
-    const char* const text = at_ + 1;
-    const char* stop = text;
-    while (stop != end_ && kIsPlain[static_cast<unsigned char>(*stop)])
-        ++stop;
-    if (stop != end_ && *stop == '"')
+    const char* stop = at_ + 1;
+    for (;;)
     {
-        at_ = stop + 1;
-        return {text, static_cast<std::size_t>(stop - text)};
+        while (isPlain(*stop))
+            ++stop;
+        const std::ptrdiff_t seen = stop - at_;
+        const bool isMore = stop == end_ && readOn();
+        stop = at_ + seen;
+        if (!isMore)
+            break;
+    }
+    if (*stop != '"')
+        return escapedString();
+    const char* const text = std::exchange(at_, stop + 1) + 1;
+    return {text, static_cast<std::size_t>(stop - text)};
+}
+
+/// The string that stands next, by RapidJSON, which is given all of it at once.
+std::string_view JsonReader::escapedString()
+{
+    for (std::ptrdiff_t offset = 1;; ++offset)
+    {
+        if (at_ + offset >= end_ && !readOn())
+            break;
+        const char c = at_[offset];
+        if (c == '"' || static_cast<unsigned char>(c) < 0x20) // which RapidJSON does not pass either
+            break;
+        offset += c == '\\' ? 1 : 0;
     }
     constexpr unsigned kFlags = rapidjson::kParseStopWhenDoneFlag | rapidjson::kParseValidateEncodingFlag;
     rapidjson::MemoryStream stream(at_, static_cast<std::size_t>(end_ - at_));
@@ -289,6 +301,9 @@ std::string_view JsonReader::string(const wchar_t* meaning)
 void JsonReader::literal(std::string_view word, const wchar_t* what)
 {
     next();
+    while (static_cast<std::size_t>(end_ - at_) < word.size())
+        if (!readOn())
+            break;
     if (!std::string_view(at_, static_cast<std::size_t>(end_ - at_)).starts_with(word))
         fail(L"expected %s", what);
     at_ += word.size();
@@ -309,6 +324,9 @@ bool JsonReader::boolean()
 std::string_view JsonReader::numberToken(const wchar_t* what)
 {
     next();
+    std::ptrdiff_t bytes = 0;
+    while (isPartOfNumber(at_[bytes]) || (at_ + bytes == end_ && readOn()))
+        bytes += isPartOfNumber(at_[bytes]) ? 1 : 0;
     const char* const tokenEnd = findNumberEnd(at_, end_);
     if (tokenEnd == nullptr)
         fail(L"expected %s", what);
@@ -374,9 +392,12 @@ void JsonReader::floatingPoint(Number& out)
             fail(L"expected a number, \"NaN\", \"Infinity\" or \"-Infinity\"");
         return;
     }
-    const std::string_view token = numberToken(L"a number");
-    if (readSmallInteger(token, out))
+    if (const char* const end = readShortDecimal(at_, out); end != nullptr && end != end_)
+    {
+        at_ = end;
         return;
+    }
+    const std::string_view token = numberToken(L"a number");
     if (std::from_chars(token.data(), token.data() + token.size(), out).ec != std::errc())
         fail(L"the number %s does not fit here", widened(token).c_str());
 }
@@ -391,11 +412,35 @@ void JsonReader::number(double& out)
     floatingPoint(out);
 }
 
+bool JsonReader::tryNumbers(float* out, std::size_t count)
+{
+    if (next() != '[')
+        return false;
+    const char* at = at_ + 1;
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        if (i > 0)
+        {
+            if (at[0] != ',' || at[1] != ' ')
+                return false;
+            at += 2;
+        }
+        at = readShortDecimal(at, out[i]);
+        if (at == nullptr)
+            return false;
+    }
+    if (*at != ']')
+        return false;
+    token_ = at;
+    at_ = at + 1;
+    return true;
+}
+
 /// Reads a text that is written as its characters' numbers.
 void JsonReader::characters(std::wstring& out)
 {
     out.clear();
-    out.reserve(countItems());
+    out.reserve(countItems().items);
     beginArray();
     while (tryItem())
         appendCharacter(out, uint32());
@@ -410,10 +455,11 @@ bool JsonReader::wide(std::wstring& out, const wchar_t* meaning)
         return false;
     }
     const std::string_view utf8 = string(meaning);
-    const bool isPlain = utf8.data() != string_.data(); // it stands in the bytes as it is
-    if (isPlain)
+    const bool isPlainText = utf8.data() != string_.data(); // it stands in the content as it is
+    if (isPlainText)
     {
-        out.assign(utf8.begin(), utf8.end());
+        out.resize(utf8.size());
+        std::transform(utf8.begin(), utf8.end(), out.begin(), [](char c) { return static_cast<wchar_t>(c); });
         return true;
     }
     out.resize(utf8.size()); // never fewer than the characters
@@ -437,18 +483,16 @@ void JsonReader::name(std::wstring& out, const wchar_t* meaning)
 
 // --- Messages ---
 
-/// "Line 12, column 9, nodes[3].attributes[0][2]", counting lines and their characters from 1.
+/// "scene.json: Line 12, column 9, nodes[3].attributes[0][2]", without a file name when there is none.
 std::wstring JsonReader::describePlace() const
 {
-    const auto line = 1 + std::count(begin_, token_, '\n');
-    const char* const lineBegin =
-        std::find(std::make_reverse_iterator(token_), std::make_reverse_iterator(begin_), '\n').base();
-    const auto column =
-        1 + std::count_if(lineBegin, token_, [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; });
-    std::wstring place = L"Line " + std::to_wstring(line) + L", column " + std::to_wstring(column);
+    std::wstring place(fileName_);
+    place += fileName_.empty() ? L"" : L": ";
+    place += window_.describe(token_);
     std::wstring path;
-    for (const Level& level : levels_)
+    for (std::size_t i = 0; i < depth_; ++i)
     {
+        const Level& level = levels_[i];
         if (level.isArray && level.count > 0)
             path += L"[" + std::to_wstring(level.count - 1) + L"]";
         else if (!level.key.empty())

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "InputWindow.h"
 #include "RapidJson.h"
 
 #include <db2/Library.h>
@@ -7,11 +8,12 @@
 
 #include <kqx/String.h>
 
+#include <array>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace db2::json {
 
@@ -30,11 +32,13 @@ struct LoadFailure
 ///
 /// Whatever is not as asked for ends in fail(). Also throws std::bad_alloc and std::length_error.
 /// Cost: one pass over the bytes, and a second one over the arrays that are counted first.
+/// Memory: a window onto the content, which grows only while a single string or number is longer.
 class JsonReader
 {
 public:
-    /// @param bytes  outlive the reader; a byte order mark in front is passed over.
-    JsonReader(const char* bytes, std::size_t size);
+    /// @param stream    outlives the reader; read from where it is.
+    /// @param fileName  outlives the reader; for messages, empty for none.
+    JsonReader(InputStream& stream, std::wstring_view fileName);
 
     // --- Objects: members come in the order in which they are asked for ---
 
@@ -52,8 +56,14 @@ public:
     void item(const wchar_t* meaning); ///< one that must be there, for the message when it is not
     void endArray();                   ///< fails when there is an item left
 
-    /// How many items the array has that stands next. Counts commas: what is wrong within shows when it is read.
-    [[nodiscard]] std::size_t countItems();
+    /// A count of items to come. It counts commas: what is wrong within shows when it is read.
+    struct ItemCount
+    {
+        std::size_t items;
+        bool isAll; ///< false when the array goes on beyond what can be seen: then at least 1, if it has any
+    };
+    [[nodiscard]] ItemCount countItems();     ///< of the array that stands next
+    [[nodiscard]] ItemCount countItemsLeft(); ///< of the array that is open, from the item on that is begun
 
     void endDocument(); ///< fails when anything is left
 
@@ -66,7 +76,7 @@ public:
 
     // --- Values ---
 
-    /// A string's UTF-8, which is valid. The view holds until the next one is read.
+    /// A string's UTF-8, which is valid. The view holds until anything else is read.
     [[nodiscard]] std::string_view string(const wchar_t* meaning);
     void null();
     [[nodiscard]] bool boolean();
@@ -74,6 +84,9 @@ public:
     [[nodiscard]] std::uint32_t uint32();
     void number(float& out); ///< by reference, as in JsonWriter
     void number(double& out);
+    /// An array of so many numbers, in one go when it is written as JsonWriter does it.
+    /// @return false, reading nothing, when it is written otherwise or is none.
+    [[nodiscard]] bool tryNumbers(float* out, std::size_t count);
 
     /// A text in either of its forms; see JsonWriter::text().
     void text(kqx::String& out, const wchar_t* meaning);
@@ -101,7 +114,7 @@ public:
 
     /// Logs a message with the place of what was read last, as an error.
     template <class... Arguments>
-    void logHere(const wchar_t* message, Arguments... arguments)
+    void logHere(const wchar_t* message, Arguments... arguments) const
     {
         // The log cuts what is too long, so the place comes first.
         logError((L"%s: " + std::wstring(message)).c_str(), describePlace().c_str(), arguments...);
@@ -116,10 +129,18 @@ private:
         bool isArray = false;
     };
 
+    /// More than the format has within each other.
+    static constexpr std::size_t kMaxDepth = 16;
+
+    [[nodiscard]] bool readOn();
     char next();
     void expect(char bracket, const wchar_t* what);
     void separate();
-    void readKey();
+    void open(bool isArray);
+    void beginMember();
+    [[nodiscard]] bool tryPlainKey(std::string_view key);
+    [[nodiscard]] ItemCount countAhead(std::size_t depth);
+    [[nodiscard]] std::string_view escapedString();
     void literal(std::string_view word, const wchar_t* what);
     [[nodiscard]] std::string_view numberToken(const wchar_t* what);
     template <class Integer>
@@ -133,16 +154,82 @@ private:
 
     [[nodiscard]] std::wstring describePlace() const;
 
-    const char* begin_;
-    const char* end_;
+    InputWindow window_;
+    std::wstring_view fileName_;
+    const char* end_; ///< of the window; a null character stands there
     const char* at_;
-    const char* token_; ///< where what was read last begins, for messages
-    std::vector<Level> levels_;
+    const char* token_; ///< where what was read last begins, for messages; the window keeps what follows
+    std::array<Level, kMaxDepth> levels_;
+    std::size_t depth_ = 0;  ///< of levels_, those in use
     bool keyIsRead_ = false; ///< key_ is of a member that nobody has asked for yet
     std::string key_;
-    std::string string_; ///< of the last string that is not in the bytes as it stands
+    std::string string_; ///< of the last string that is not in the content as it stands
     std::wstring wide_;  ///< of the last text, kept for its memory
     rapidjson::GenericReader<rapidjson::UTF8<>, rapidjson::UTF8<>, ThrowingAllocator> strings_;
 };
+
+// --- What every value asks for ---
+
+/// Goes to the next byte that is not blank. @return it, or 0 at the end.
+inline char JsonReader::next()
+{
+    for (;;)
+    {
+        const char* at = at_;
+        while (*at == ' ' || *at == '\n' || *at == '\t' || *at == '\r')
+            ++at;
+        token_ = at_ = at;
+        if (*at != '\0' || at != end_ || !readOn())
+            return *at_;
+    }
+}
+
+/// Goes over the comma in front of the next entry of the object or array that is open; next() has gone to it.
+inline void JsonReader::separate()
+{
+    Level& level = levels_[depth_ - 1];
+    if (level.count > 0)
+    {
+        if (*at_ != ',')
+            expect(',', level.isArray ? L"a comma or the end of the array" : L"a comma or the end of the object");
+        ++at_;
+        if (next() == (level.isArray ? ']' : '}'))
+            fail(L"expected another entry behind the comma");
+    }
+    ++level.count;
+}
+
+inline void JsonReader::open(bool isArray)
+{
+    assert(depth_ < kMaxDepth);
+    levels_[depth_++] = {std::string_view(), 0, isArray};
+}
+
+inline void JsonReader::beginArray()
+{
+    if (next() != '[')
+        expect('[', L"an array");
+    ++at_;
+    open(true);
+}
+
+inline bool JsonReader::tryItem()
+{
+    if (next() == ']')
+    {
+        ++at_;
+        --depth_;
+        return false;
+    }
+    separate();
+    return true;
+}
+
+inline void JsonReader::item(const wchar_t* meaning)
+{
+    if (next() == ']')
+        fail(L"expected %s, but the array ends here", meaning);
+    separate();
+}
 
 } // namespace db2::json

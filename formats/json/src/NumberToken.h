@@ -1,5 +1,8 @@
 #pragma once
 
+#include "NumberText.h"
+
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -12,9 +15,17 @@ inline bool isDigit(char c)
     return c >= '0' && c <= '9';
 }
 
+/// By byte: whether it occurs in numbers.
+inline constexpr std::array<bool, 256> kIsPartOfNumber = [] {
+    std::array<bool, 256> isPart{};
+    for (const char c : std::string_view("0123456789-+.eE"))
+        isPart[static_cast<unsigned char>(c)] = true;
+    return isPart;
+}();
+
 inline bool isPartOfNumber(char c)
 {
-    return isDigit(c) || c == '-' || c == '+' || c == '.' || c == 'e' || c == 'E';
+    return kIsPartOfNumber[static_cast<unsigned char>(c)];
 }
 
 inline const char* skipDigits(const char* at, const char* end)
@@ -54,22 +65,42 @@ inline const char* skipDigits(const char* at, const char* end)
     return at == end || !isPartOfNumber(*at) ? at : nullptr;
 }
 
-/// Reads the numbers that files are full of, 0 and 1 before all. @return false when it is not a short row of digits.
+/// Reads a number of at most seven digits and no exponent, as files are full of. What any other number would say better
+/// is left to the standard library.
+/// @param at  of a text with a null character behind it.
+/// @return the end; null for any other number, and for what is none.
 template <class Number>
-[[nodiscard]] bool readSmallInteger(std::string_view token, Number& out)
+[[nodiscard]] inline const char* readShortDecimal(const char* at, Number& out)
 {
-    constexpr std::size_t kMaxDigits = 7; // which any float holds exactly
-    if (token.size() > kMaxDigits)
-        return false;
-    std::int32_t value = 0;
-    for (const char c : token)
+    // Both are exact in a float, so their quotient is the number that is closest to what the digits say.
+    constexpr std::ptrdiff_t kMaxDigits = 7;
+    constexpr Number kPowersOfTen[] = {1, 10, 100, 1000, 10000, 100000, 1000000};
+
+    const bool isNegative = *at == '-';
+    const char* const whole = at + (isNegative ? 1 : 0);
+    std::uint32_t value = 0; // may overflow: what does has too many digits
+    for (at = whole; isDigit(*at); ++at)
+        value = value * 10 + static_cast<std::uint32_t>(*at - '0');
+    std::ptrdiff_t digits = at - whole;
+    if (digits == 0 || (*whole == '0' && digits > 1))
+        return nullptr;
+    std::ptrdiff_t decimals = 0;
+    if (*at == '.')
     {
-        if (!isDigit(c))
-            return false;
-        value = value * 10 + (c - '0');
+        const char* const fraction = ++at;
+        for (; isDigit(*at); ++at)
+            value = value * 10 + static_cast<std::uint32_t>(*at - '0');
+        decimals = at - fraction;
+        digits += decimals;
+        if (decimals == 0 || !kArithmeticIsExact)
+            return nullptr;
     }
-    out = static_cast<Number>(value);
-    return true;
+    if (digits > kMaxDigits || isPartOfNumber(*at))
+        return nullptr;
+    const Number magnitude =
+        decimals != 0 ? static_cast<Number>(value) / kPowersOfTen[decimals] : static_cast<Number>(value);
+    out = isNegative ? -magnitude : magnitude;
+    return at;
 }
 
 } // namespace db2::json

@@ -27,6 +27,12 @@ void readComponents(JsonReader& json, T& out, bool firstItemIsBegun)
 template <MathValue T>
 void readMathValue(JsonReader& json, T& out)
 {
+    float components[sizeof(T) / sizeof(float)] = {};
+    if (json.tryNumbers(components, kComponents<T>))
+    {
+        std::memcpy(&out, components, sizeof out);
+        return;
+    }
     json.beginArray();
     readComponents(json, out, false);
     if constexpr (sizeof(T) > kComponents<T> * sizeof(float))
@@ -38,10 +44,23 @@ void readMathValue(JsonReader& json, T& out)
     json.endArray();
 }
 
+/// Gives back what an array took that grew because its end was not in sight.
+template <class T>
+void fit(kqx::Array<T>& array)
+{
+    if (array.capacity() == array.size())
+        return;
+    kqx::Array<T> exact;
+    exact.reserve(array.size());
+    for (T& value : array)
+        exact.push_back(std::move(value));
+    array.swap(exact);
+}
+
 template <class T>
 void readArray(JsonReader& json, kqx::Array<T>& out)
 {
-    out.reserve(json.countItems());
+    out.reserve(json.countItems().items);
     json.beginArray();
     while (json.tryItem())
     {
@@ -49,13 +68,14 @@ void readArray(JsonReader& json, kqx::Array<T>& out)
         readValue(json, value);
         out.push_back(std::move(value));
     }
+    fit(out);
 }
 
 /// Components side by side, or an array for each element.
 template <MathValue T>
 void readMathArray(JsonReader& json, kqx::Array<T>& out)
 {
-    const std::size_t items = json.countItems();
+    const std::size_t items = json.countItems().items;
     json.beginArray();
     bool isNested = false;
     while (json.tryItem())
@@ -72,6 +92,7 @@ void readMathArray(JsonReader& json, kqx::Array<T>& out)
             readComponents(json, value, true);
         out.push_back(value);
     }
+    fit(out);
 }
 
 } // namespace

@@ -38,8 +38,8 @@ inline constexpr std::string_view kSingleReferenceItem = "=>";
 
 [[nodiscard]] constexpr std::optional<AttributeTypeId> findType(std::string_view name)
 {
-    for (std::size_t i = 0; i < kTypeNames.size(); ++i)
-        if (kTypeNames[i] == name)
+    for (std::size_t i = 0; i < kTypeNames.size() && !name.empty(); ++i)
+        if (kTypeNames[i].size() == name.size() && kTypeNames[i][0] == name[0] && kTypeNames[i] == name)
             return static_cast<AttributeTypeId>(i);
     return std::nullopt;
 }

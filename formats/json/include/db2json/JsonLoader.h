@@ -8,12 +8,14 @@
 namespace db2 {
 
 /// Loads what JsonSaver wrote, from any stream. Takes damaged and hostile files: what does not follow the format
-/// (docs/format.md) ends the load with an error that names line, column and the place in the document, such as
-/// "Line 12, column 9, nodes[3].attributes[0][2]: expected a number". The host then rolls back.
+/// (docs/format.md) ends the load with an error that names the file, if it has a name, line, column and the place in the
+/// document, such as "scene.json: Line 12, column 9, nodes[3].attributes[0][2]: expected a number". The host then rolls
+/// back.
 ///
 /// A choice that a known Enum does not have is no such failure: it is logged as an error with its place, the attribute
 /// keeps its default, and the load goes on.
-/// Memory: what the tree takes, and the longest single value. Cost: in proportion to the file.
+/// The stream is read from where it is, in pieces, and asked for its size (InputStream::getSize()).
+/// Memory: what the tree takes, 64 KiB, and the longest single text or number. Cost: in proportion to the file.
 class DB2JSON_API JsonLoader : public LoadStrategy
 {
 public:
