@@ -88,7 +88,7 @@ Status SaveStrategy::addNode(Node* node)
                       node);
 
     if (!reserveOneMore(roots_) || !enter(*node))
-        return Status::kFailure;
+        return refuse(L"Memory is out while node '%s' is added for save", node);
     roots_.push_back(node);
     node->setFlag(NodeFlag::kAddedForSave);
     return Status::kSuccess;
@@ -133,7 +133,7 @@ Status SaveStrategy::saveAll()
         return refuse(L"File is not OK to write to");
     kqtl::pod_vector<Module*> modules;
     if (!succeeds([&] { modules = listModules(roots_); }))
-        return Status::kFailure;
+        return refuse(L"Memory is out while saving");
     Status status = saveHeader(modules);
     for (std::size_t i = 0; status == Status::kSuccess && i < roots_.size(); ++i)
         status = saveSubtree(*roots_[i]);
