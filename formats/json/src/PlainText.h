@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 /// Texts that stand in a JSON string as they are, which is most of them: ASCII without control characters, quotes and
@@ -23,6 +24,11 @@ inline constexpr std::array<bool, 256> kIsPlain = [] {
         if (static_cast<std::uint32_t>(c) >= kIsPlain.size() || !kIsPlain[static_cast<std::size_t>(c)])
             return false;
     return true;
+}
+
+[[nodiscard]] inline std::wstring widened(std::string_view ascii)
+{
+    return {ascii.begin(), ascii.end()};
 }
 
 } // namespace db2::json
