@@ -13,6 +13,7 @@
 
 #include "OutOfMemory.h"
 #include "SameValue.h"
+#include "TreeUtilities/ChainEnds.h"
 #include "TreeUtilities/ElementCopies.h"
 
 #include <algorithm>
@@ -40,21 +41,13 @@ bool canTake(const Element& to, const Element& from)
     return converts && to.isAttributeArray() == from.isAttributeArray();
 }
 
-/// The attribute whose own value another one shows.
-const Attribute& shownBy(const Attribute& attribute)
-{
-    const Attribute* shown = &attribute;
-    while (shown->getReference() != nullptr)
-        shown = shown->getReference();
-    return *shown;
-}
-
 /// The conversion of one unknown node into a known one.
 class Conversion
 {
 public:
-    Conversion(Node& from, Node& to, DataInterface& data, CoreManager& core)
-        : from_(from), to_(to), data_(data), core_(core)
+    /// @param ends  of the chains in the tree; what has been converted stays readable until a commit.
+    Conversion(Node& from, Node& to, DataInterface& data, CoreManager& core, ChainEnds& ends)
+        : from_(from), to_(to), data_(data), core_(core), ends_(ends)
     {
     }
 
@@ -69,6 +62,7 @@ public:
             {
                 logWarning(L"Element '%s' of unknown node '%s' has no place in a node of type '%s' and is left out.",
                            from.getName(), from_.getName().c_str(), to_.getTypeName().c_str());
+                ends_.clear(); // chains break where it was
                 continue;
             }
             convertValue(*to, from);
@@ -99,13 +93,13 @@ private:
         if (from.isUnknown() && from.getTypeId() == AttributeType::kEnum)
             copyFromUnknownEnum(to, from);
         else
-            dbu_copyAttribute(&to, &from, &data_);
+            dbu_copyAttribute(&to, &ends_.of(from), &data_);
     }
 
     /// The two count their choices differently, so the value goes over as the choice's text.
     void copyFromUnknownEnum(Attribute& to, const Attribute& from)
     {
-        const Attribute& shown = shownBy(from);
+        const Attribute& shown = ends_.of(from);
         if (shown.getTypeId() != AttributeType::kEnum)
             return; // a number of something else; the reference that shows it moves over
         const auto& learned = static_cast<const EnumAttributeMetaData&>(*shown.getMetaData());
@@ -133,10 +127,11 @@ private:
     Node& to_;
     DataInterface& data_;
     CoreManager& core_;
+    ChainEnds& ends_;
 };
 
 /// @return the node that took the unknown one's place, or null when its type is not there or it cannot be made.
-Node* replaceUnknownNode(Node& unknown, DataInterface& data, CoreManager& core)
+Node* replaceUnknownNode(Node& unknown, DataInterface& data, CoreManager& core, ChainEnds& ends)
 {
     kqx::String name;
     const NodeTemplate* const nodeTemplate = core.getRegistry().lookupNodeTemplate(unknown.getTypeName().c_str());
@@ -146,7 +141,7 @@ Node* replaceUnknownNode(Node& unknown, DataInterface& data, CoreManager& core)
     data.db_createNode(nodeTemplate->getTypeId(), name.c_str(), unknown.getParent(), unknown.getNextSibling(), &known);
     if (known == nullptr)
         return nullptr;
-    Conversion(unknown, *known, data, core).convertElements();
+    Conversion(unknown, *known, data, core, ends).convertElements();
     if (!moveChildren(unknown, *known, data))
         return known;
     dbu_destroyLeafNode(&unknown, &data);
@@ -165,13 +160,14 @@ LoadStrategyUnknownNodes::LoadStrategyUnknownNodes(InputStream& stream, const Mo
 
 Status LoadStrategyUnknownNodes::doLoad()
 {
+    ChainEnds ends;
     NodeIterator nodes(getLoadParent());
     while (nodes.next())
     {
         Node& node = *nodes.node();
         if (!node.isUnknown() || node.isLegacy() || node.getModule()->getId() != module_.getId())
             continue;
-        if (Node* const known = replaceUnknownNode(node, getDataInterface(), getCoreManager()))
+        if (Node* const known = replaceUnknownNode(node, getDataInterface(), getCoreManager(), ends))
             nodes.setNode(known); // the walk goes on into the children, which moved there
     }
     return Status::kSuccess;

@@ -4,6 +4,9 @@
 #include <db2/EnumAttributeMetaDataDef.h>
 #include <db2/LoadStrategyUnknownNodes.h>
 
+#include <string>
+#include <vector>
+
 namespace db2test {
 namespace {
 
@@ -374,6 +377,44 @@ TEST_F(LoadStrategyUnknownNodesTest, ReferencesAtBothEndsMoveOver)
 }
 
 // --- As a loader ---
+
+TEST_F(LoadStrategyUnknownNodesTest, ALongChainOfReferencesKeepsItsLinksAndTheValueThatAllShow)
+{
+    constexpr unsigned int kNodes = 100;
+    for (const bool endsFirst : {true, false})
+    {
+        SCOPED_TRACE(endsFirst);
+        std::vector<Attribute*> chain; // in the order of the nodes
+        for (unsigned int i = 0; i < kNodes; ++i)
+            chain.push_back(addNumber(unknown((L"n" + std::to_wstring(i)).c_str()), static_cast<int>(1000 + i)));
+        for (unsigned int i = 0; i + 1 < kNodes; ++i)
+            ASSERT_EQ(
+                scene.core().db_createReference(chain[endsFirst ? i : i + 1], chain[endsFirst ? i + 1 : i], false),
+                Status::kSuccess);
+        // In its middle a chain breaks: the type has no place for that element.
+        Node* const stranger = unknown(L"stranger");
+        auto* const left = static_cast<Attribute*>(add(stranger, L"gone", AttributeType::kInt));
+        Attribute* const holder = addNumber(unknown(L"holder"), 7);
+        ASSERT_EQ(scene.core().db_createReference(chain[kNodes / 2], left, false), Status::kSuccess);
+        ASSERT_EQ(scene.core().db_createReference(left, holder, false), Status::kSuccess);
+
+        EXPECT_EQ(convert(), Status::kSuccess);
+        const int shown = endsFirst ? 1000 : 1000 + static_cast<int>(kNodes) - 1;
+        for (unsigned int i = 0; i < kNodes; ++i)
+        {
+            const auto number = [&](unsigned int k) {
+                return converted((L"n" + std::to_wstring(k)).c_str())->findAttributeByName(L"number");
+            };
+            const bool isEnd = i == (endsFirst ? 0 : kNodes - 1);
+            ASSERT_EQ(number(i)->getReference(), isEnd ? nullptr : number(endsFirst ? i - 1 : i + 1));
+            ASSERT_EQ(number(i)->getValue().asInt(), shown);
+        }
+        EXPECT_EQ(converted(L"holder")->findAttributeByName(L"number")->getReference(), nullptr);
+        EXPECT_EQ(valueOf(converted(L"holder"), L"number"), 7);
+        dbu_destroyChildrenRecursively(parent, &scene.core());
+        scene.log().take();
+    }
+}
 
 TEST_F(LoadStrategyUnknownNodesTest, IsALoaderThatReadsNothingAndRunsNoMigrators)
 {

@@ -10,7 +10,8 @@ namespace db2 {
 
 /// Finds the attributes whose own values others show, at the ends of their chains of references, for many attributes of
 /// one tree. Long chains leave marks on their way, so that walking each of a chain's attributes to its end takes about
-/// one step each. Valid while no reference changes.
+/// one step each. Valid while no reference changes, or only in that an attribute takes another one's place in its chain,
+/// as long as the one that it replaces can be read.
 class ChainEnds
 {
 public:
@@ -33,6 +34,9 @@ public:
             leaveMarks(attribute, steps, *end);
         return *end;
     }
+
+    /// After a reference has changed in any other way.
+    void clear() { marks_.clear(); }
 
 private:
     static constexpr unsigned int kMarkDistance = 16;
