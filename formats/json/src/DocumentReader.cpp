@@ -1,5 +1,6 @@
 #include "DocumentReader.h"
 
+#include "PlainText.h"
 #include "ValueReader.h"
 #include "ValueTypes.h"
 
@@ -153,11 +154,7 @@ void DocumentReader::readElements(Node& node, bool isDynamic)
 
 void DocumentReader::readElement(Node& node, bool isDynamic)
 {
-    json_.beginArray();
-    json_.item(L"the name of an element");
-    json_.name(name_, L"the name of an element");
-    json_.item(L"the name of a type");
-    const EntryType type = readEntryType();
+    const EntryType type = readNameAndType();
     bool hasValue = json_.tryItem();
     if (isDynamic && hasValue && json_.atObject())
     {
@@ -175,10 +172,25 @@ void DocumentReader::readElement(Node& node, bool isDynamic)
         readAttribute(node, type, isDynamic, hasValue);
 }
 
-DocumentReader::EntryType DocumentReader::readEntryType()
+/// Begins an entry and reads the element's name into name_.
+DocumentReader::EntryType DocumentReader::readNameAndType()
 {
-    const std::string_view text = json_.string(L"the name of a type");
-    std::string_view name = text;
+    std::string_view name;
+    std::string_view type;
+    if (json_.tryTwoStrings(name, type))
+    {
+        widen(name, name_);
+        return toEntryType(type);
+    }
+    json_.beginArray();
+    json_.item(L"the name of an element");
+    json_.name(name_, L"the name of an element");
+    json_.item(L"the name of a type");
+    return toEntryType(json_.string(L"the name of a type"));
+}
+
+DocumentReader::EntryType DocumentReader::toEntryType(std::string_view name)
+{
     Form form = Form::kValue;
     if (name.ends_with('>'))
     {

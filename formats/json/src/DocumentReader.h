@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace db2 {
@@ -59,7 +60,8 @@ private:
 
     // Elements
     void readElement(Node& node, bool isDynamic);
-    [[nodiscard]] EntryType readEntryType();
+    [[nodiscard]] EntryType readNameAndType();
+    [[nodiscard]] EntryType toEntryType(std::string_view name);
     void readAttribute(Node& node, EntryType type, bool isDynamic, bool hasValue);
     void readAttributeArray(Node& node, EntryType type, bool isDynamic);
     void readItems(AttributeArray& array);

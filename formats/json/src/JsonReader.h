@@ -56,6 +56,11 @@ public:
     void item(const wchar_t* meaning); ///< one that must be there, for the message when it is not
     void endArray();                   ///< fails when there is an item left
 
+    /// Begins an array and reads its first two items, plain strings, in one go when they are written as JsonWriter does it.
+    /// @param first, second  hold until anything else is read.
+    /// @return false, reading nothing, when they are written otherwise or are none.
+    [[nodiscard]] bool tryTwoStrings(std::string_view& first, std::string_view& second);
+
     /// A count of items to come. It counts commas: what is wrong within shows when it is read.
     struct ItemCount
     {

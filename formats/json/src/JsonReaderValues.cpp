@@ -91,6 +91,33 @@ std::string_view JsonReader::string(const wchar_t* meaning)
     return {text, static_cast<std::size_t>(stop - text)};
 }
 
+bool JsonReader::tryTwoStrings(std::string_view& first, std::string_view& second)
+{
+    // What is looked at stands before the null character at the window's end, or is that: each test ends at it.
+    if (next() != '[' || at_[1] != '"')
+        return false;
+    const char* const firstText = at_ + 2;
+    const char* at = firstText;
+    while (isPlain(*at))
+        ++at;
+    const char* const firstEnd = at;
+    if (at[0] != '"' || at[1] != ',' || at[2] != ' ' || at[3] != '"')
+        return false;
+    const char* const secondText = at + 4;
+    at = secondText;
+    while (isPlain(*at))
+        ++at;
+    if (*at != '"')
+        return false;
+    first = {firstText, static_cast<std::size_t>(firstEnd - firstText)};
+    second = {secondText, static_cast<std::size_t>(at - secondText)};
+    open(true);
+    levels_[depth_ - 1].count = 2;
+    token_ = secondText - 1;
+    at_ = at + 1;
+    return true;
+}
+
 /// The string that stands next, by RapidJSON, which is given all of it at once.
 std::string_view JsonReader::escapedString()
 {
@@ -278,8 +305,7 @@ bool JsonReader::wide(std::wstring& out, const wchar_t* meaning)
     const bool isPlainText = utf8.data() != string_.data(); // it stands in the content as it is
     if (isPlainText)
     {
-        out.resize(utf8.size());
-        std::transform(utf8.begin(), utf8.end(), out.begin(), [](char c) { return static_cast<wchar_t>(c); });
+        widen(utf8, out);
         return true;
     }
     out.resize(utf8.size()); // never fewer than the characters

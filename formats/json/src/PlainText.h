@@ -26,6 +26,14 @@ inline constexpr std::array<bool, 256> kIsPlain = [] {
     return true;
 }
 
+/// @param out  keeps its memory.
+inline void widen(std::string_view ascii, std::wstring& out)
+{
+    out.resize(ascii.size());
+    for (std::size_t i = 0; i < ascii.size(); ++i)
+        out[i] = static_cast<wchar_t>(ascii[i]);
+}
+
 [[nodiscard]] inline std::wstring widened(std::string_view ascii)
 {
     return {ascii.begin(), ascii.end()};

@@ -36,13 +36,40 @@ inline constexpr std::string_view kSingleReferenceItem = "=>";
     return kTypeNames[typeId];
 }
 
+/// A number below 32 that differs from type to type, since every entry of a file names one.
+/// @param name  not empty.
+[[nodiscard]] constexpr std::size_t typeSlot(std::string_view name)
+{
+    const auto first = static_cast<unsigned char>(name.front());
+    const auto last = static_cast<unsigned char>(name.back());
+    return (first + 11 * std::size_t{last} + 5 * name.size()) % 32;
+}
+
+inline constexpr auto kTypesBySlot = [] {
+    std::array<AttributeTypeId, 32> types{};
+    for (AttributeTypeId& type : types)
+        type = AttributeType::kNoType;
+    for (std::size_t i = 0; i < kTypeNames.size(); ++i)
+        types[typeSlot(kTypeNames[i])] = static_cast<AttributeTypeId>(i);
+    return types;
+}();
+
 [[nodiscard]] constexpr std::optional<AttributeTypeId> findType(std::string_view name)
 {
-    for (std::size_t i = 0; i < kTypeNames.size() && !name.empty(); ++i)
-        if (kTypeNames[i].size() == name.size() && kTypeNames[i][0] == name[0] && kTypeNames[i] == name)
-            return static_cast<AttributeTypeId>(i);
-    return std::nullopt;
+    const AttributeTypeId typeId = name.empty() ? AttributeType::kNoType : kTypesBySlot[typeSlot(name)];
+    if (typeId == AttributeType::kNoType || kTypeNames[typeId] != name)
+        return std::nullopt;
+    return typeId;
 }
+
+static_assert(
+    [] {
+        for (const std::string_view name : kTypeNames)
+            if (!findType(name))
+                return false;
+        return true;
+    }(),
+    "two types have one slot");
 
 // --- Math types: a fixed number of floats that lie side by side ---
 
