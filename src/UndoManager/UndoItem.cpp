@@ -1,5 +1,7 @@
 #include "UndoItem.h"
 
+#include "../OutOfMemory.h"
+
 #include <kqtl/Alloc.h>
 
 #include <cstring>
@@ -12,6 +14,18 @@ UndoItem::~UndoItem()
     releaseOperations();
     while (lender_ != nullptr) // one after the other: their chain may be long
         lender_ = std::exchange(lender_->lender_, nullptr);
+}
+
+std::unique_ptr<UndoItem> UndoItem::make()
+{
+    std::unique_ptr<UndoItem> item;
+    (void)succeeds([&] { item.reset(new UndoItem); });
+    return item;
+}
+
+void UndoItem::clearFlags()
+{
+    operations.forEachNewestFirst([](UndoableOperation& operation) { operation.clearFlags(); });
 }
 
 void UndoItem::releaseOperations()

@@ -20,7 +20,13 @@ public:
     UndoItem& operator=(const UndoItem&) = delete;
     ~UndoItem();
 
+    /// @return null when memory is out.
+    [[nodiscard]] static std::unique_ptr<UndoItem> make();
+
     [[nodiscard]] bool isEmpty() const { return operations.count() == 0; }
+
+    /// Takes off the marks that the operations set for the time of their unit of work.
+    void clearFlags();
 
     /// Ends the operations; the heap stays as it is.
     void releaseOperations();

@@ -1,0 +1,151 @@
+// Undo, redo and rollback: how UndoManager takes back what it recorded.
+
+#include <db2/UndoManager.h>
+
+#include <db2/CoreManager.h>
+#include <db2/Library.h>
+
+#include "../OutOfMemory.h"
+#include "Setting.h"
+#include "UndoItem.h"
+
+#include <utility>
+
+namespace db2 {
+namespace {
+
+// Where the commits of replays say that they come from.
+constexpr const wchar_t* kSourceFile = L"UndoManager.cpp";
+constexpr unsigned int kUndoLine = 785;
+constexpr unsigned int kRedoLine = 819;
+constexpr unsigned int kRollbackLine = 886;
+
+} // namespace
+
+// --- Undo and redo ---
+
+Status UndoManager::undo()
+{
+    return replayTop(undoStack_, redoStack_, -1);
+}
+
+Status UndoManager::redo()
+{
+    return replayTop(redoStack_, undoStack_, 1);
+}
+
+bool UndoManager::canReplay() const
+{
+    return !busy_ && !core_.isLockOutstanding();
+}
+
+/// Takes back the top item of one stack; the edits that do so are recorded, and their item goes to the other stack.
+Status UndoManager::replayTop(ItemStack& from, ItemStack& to, int revisionStep)
+{
+    if (from.empty() || !current_->isEmpty() || !canReplay())
+        return Status::kFailure;
+    std::unique_ptr<UndoItem> next = UndoItem::make();
+    const wchar_t* const description = current_->copyText(from.back()->description);
+    const bool prepared =
+        next != nullptr && description != nullptr && succeeds([&] { to.emplace_back(); }); // the recorded item's place
+    if (!prepared)
+        return Status::kFailure;
+
+    const Setting busy(busy_);
+    std::unique_ptr<UndoItem> replayed = std::move(from.back());
+    from.pop_back();
+    bool lends = false;
+    replayOperations(*replayed, 0, *this, [&](UndoableOperation& operation, bool isRefused) {
+        operation.setRefused(isRefused);
+        current_->operations.add(operation);
+        lends = true;
+    });
+    current_->clearFlags();
+    current_->description = description;
+    if (lends)
+        current_->keepAlive(std::move(replayed));
+    to.back() = std::exchange(current_, std::move(next));
+    revision_ += revisionStep;
+
+    const bool isUndo = &from == &undoStack_;
+    observers_.notify(isUndo ? &UndoObserver::onUndoStackPopped : &UndoObserver::onRedoStackPopped, this);
+    observers_.notify(isUndo ? &UndoObserver::onRedoStackPushed : &UndoObserver::onUndoStackPushed, this);
+    ForwardingLayer::db_commit(isUndo ? L"undo" : L"redo", kSourceFile, isUndo ? kUndoLine : kRedoLine);
+    applyLimit();
+    return Status::kSuccess;
+}
+
+/// Takes back the operations from the newest on, until only @p downTo are left. One that fails is logged, and the others
+/// are taken back all the same.
+/// @param keep  called with an operation that holds an object still, and whether that is because its inverse was refused
+///              now: not when it was refused by the replay whose item is taken back here.
+template <class Keep>
+void UndoManager::replayOperations(UndoItem& item, unsigned int downTo, DataInterface& target, Keep keep)
+{
+    const Setting replaying(isReplaying_);
+    lastReplayWasComplete_ = true;
+    while (item.operations.count() > downTo)
+    {
+        UndoableOperation& operation = *item.operations.takeNewest();
+        if (operation.isRefused())
+        {
+            keep(operation, false);
+            continue;
+        }
+        if (!operation.undo(target, core_))
+        {
+            lastReplayWasComplete_ = false;
+            logError(L"Failed to take back %s", operation.name());
+        }
+        operation.clearFlags();
+        if (operation.isHolding())
+            keep(operation, true);
+        else
+            operation.release();
+    }
+}
+
+// --- Rollback ---
+
+unsigned int UndoManager::createRollbackPoint()
+{
+    const auto point = static_cast<unsigned int>(rollbackPoints_.size());
+    if (!reserveOneMore(rollbackPoints_))
+        return kNoRollbackPoint;
+    rollbackPoints_.push_back(current_->operations.count());
+    return point;
+}
+
+Status UndoManager::rollback(unsigned int point)
+{
+    if (current_->isEmpty() || !canReplay())
+        return Status::kFailure;
+    if (point != 0 && point >= rollbackPoints_.size())
+    {
+        logError(L"Failed to rollback. Invalid rollback point.");
+        return Status::kFailure;
+    }
+    const unsigned int target = point < rollbackPoints_.size() ? rollbackPoints_[point] : 0;
+    if (target > current_->operations.count())
+    {
+        logError(L"Internal error in UndoManager::rollback()");
+        return Status::kFailure;
+    }
+    const Setting busy(busy_);
+    OperationList kept;
+    replayOperations(*current_, target, *db_getNextInterface(), [&](UndoableOperation& operation, bool) {
+        kept.add(operation); // what could not come back stays destroyed in the open item
+    });
+    while (UndoableOperation* const operation = kept.takeNewest())
+        current_->operations.add(*operation);
+    if (target == 0)
+    {
+        if (current_->isEmpty())
+            renewCurrent();
+        rollbackPoints_.clear();
+    }
+    ForwardingLayer::db_commit(L"rollback", kSourceFile, kRollbackLine);
+    return Status::kSuccess;
+}
+
+} // namespace db2
