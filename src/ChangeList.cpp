@@ -87,7 +87,9 @@ void ChangeListBase::removePointer(void* pointer)
         entries_.pop_back();
         --holes_;
     }
-    if (index_ != nullptr)
+    if (entries_.empty())
+        clearAll();
+    else if (index_ != nullptr)
         index_->end = std::min(index_->end, entries_.size());
 }
 

@@ -4,7 +4,10 @@
 #include <db2/Node.h>
 
 #include "OutOfMemory.h"
+#include "Prefetch.h"
+#include "ReferencerWalk.h"
 
+#include <typeinfo>
 #include <utility>
 
 namespace db2 {
@@ -43,11 +46,32 @@ void dropGone(ChangeSet& changes, unsigned int (ChangeSet::*count)() const, T* (
     }
 }
 
+/// What references one attribute was often made one after the other, and so stands at equal distances: a guess at where
+/// the walk will be some steps further on, which it would otherwise wait for at every step.
+void prefetchAhead(const Attribute& from, const Attribute& to)
+{
+    const auto distance = reinterpret_cast<std::uintptr_t>(&to) - reinterpret_cast<std::uintptr_t>(&from);
+    const auto later = [distance](const void* address) {
+        return reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(address) + kPrefetchDistance * distance);
+    };
+    prefetch(later(&to));
+    prefetch(later(NodeMemory::flagsOf(*from.getNode())));
+    prefetch(later(NodeMemory::linksOf(from)));
+    prefetch(&to);
+}
+
+/// A set of a class derived from the library's may do otherwise, so it is none of these.
+ConcreteChangeSet* asConcrete(ChangeSet& changes)
+{
+    return typeid(changes) == typeid(ConcreteChangeSet) ? static_cast<ConcreteChangeSet*>(&changes) : nullptr;
+}
+
 } // namespace
 
 ChangeManager::ChangeManager(DataInterface* nextLayer, ChangeSet& changes, ChangeSet& preReportChanges,
                              void* wrapperDatabase)
-    : ForwardingLayer(nextLayer), snapshot_(&preReportChanges), changes_(&changes), wrapperDatabase_(wrapperDatabase)
+    : ForwardingLayer(nextLayer), snapshot_(&preReportChanges), changes_(&changes), ownLists_(asConcrete(changes)),
+      wrapperDatabase_(wrapperDatabase)
 {
     changes_->reserve();
 }
@@ -91,12 +115,18 @@ void ChangeManager::markChanged(Attribute& attribute)
         return;
     if (!attribute.hasFlag(ElementFlag::kChanged))
     {
-        changes_->addChangedAttribute(&attribute);
+        if (ownLists_ != nullptr)
+            ownLists_->changedAttributes_.add(&attribute);
+        else
+            changes_->addChangedAttribute(&attribute);
         attribute.setFlag(ElementFlag::kChanged);
     }
     if (!node.hasFlag(NodeFlag::kChanged))
     {
-        changes_->addChangedNode(&node);
+        if (ownLists_ != nullptr)
+            ownLists_->changedNodes_.add(&node);
+        else
+            changes_->addChangedNode(&node);
         node.setFlag(NodeFlag::kChanged);
     }
 }
@@ -104,8 +134,16 @@ void ChangeManager::markChanged(Attribute& attribute)
 /// All attributes that show the value of @p attribute, directly or through others.
 void ChangeManager::addChangedReferents(const Attribute& attribute)
 {
-    for (referents_.begin(&attribute); referents_.next();)
-        addChangedAttribute(referents_.attr());
+    ReferencerWalk walk(attribute);
+    for (const Attribute* referent = walk.step(); referent != nullptr;)
+    {
+        // The next one is found first, so that it is on its way while this one is entered.
+        const Attribute* const next = walk.step();
+        if (next != nullptr)
+            prefetchAhead(*referent, *next);
+        addChangedAttribute(const_cast<Attribute*>(referent)); // the layers edit what the tree owns
+        referent = next;
+    }
 }
 
 // --- Nodes ---
@@ -340,6 +378,14 @@ Status ChangeManager::db_unlockAttributeArray(AttributeArray* array)
 
 // --- Reports ---
 
+/// False only when the lists that are sorted and those that may hold what is gone are all empty.
+bool ChangeManager::mayHaveCreatedOrDestroyed() const
+{
+    return ownLists_ == nullptr || !ownLists_->createdNodes_.empty() || !ownLists_->destroyedNodes_.empty() ||
+           !ownLists_->createdDynamicAttributes_.empty() || !ownLists_->createdDynamicAttributeArrays_.empty() ||
+           !ownLists_->createdReferences_.empty();
+}
+
 /// Edits of inner layers, an undo for example, pass this one by: what it knows as created may be gone.
 void ChangeManager::dropDestroyedBelow()
 {
@@ -379,10 +425,13 @@ void ChangeManager::reportChanges(bool transient)
 {
     try
     {
-        dropDestroyedBelow();
-        BreadthFirstSortFunctor byDepth;
-        changes_->stableSortCreatedNodes(byDepth);
-        changes_->stableSortDestroyedNodes(byDepth);
+        if (mayHaveCreatedOrDestroyed())
+        {
+            dropDestroyedBelow();
+            BreadthFirstSortFunctor byDepth;
+            changes_->stableSortCreatedNodes(byDepth);
+            changes_->stableSortDestroyedNodes(byDepth);
+        }
         inObservers_ = true;
         observers_.notify(&DataObserver::onReportChanges, this, *changes_, transient);
     }
@@ -395,6 +444,21 @@ void ChangeManager::reportChanges(bool transient)
 }
 
 void ChangeManager::clear()
+{
+    if (ownLists_ != nullptr)
+        ownLists_->forEachList([](auto& list, std::uint32_t bit) {
+            if (list.empty()) // as most lists are at most reports
+                return;
+            forEachFetched(list, [bit](auto& object) { object.clearFlag(bit); });
+            list.clear();
+        });
+    else
+        clearHostSet();
+    if (std::exchange(isSnapshotFilled_, false))
+        snapshot_->clear(); // it may list what the commit behind this is about to free
+}
+
+void ChangeManager::clearHostSet()
 {
     using Set = ChangeSet;
     const Set& changes = *changes_;
@@ -419,8 +483,6 @@ void ChangeManager::clear()
     clearBits(changes, &Set::DestroyedReferenceCount, &Set::DestroyedReference, ElementFlag::kReferenceBroken);
     clearBits(changes, &Set::ChangedAttributeCount, &Set::ChangedAttribute, ElementFlag::kChanged);
     changes_->clear();
-    if (std::exchange(isSnapshotFilled_, false))
-        snapshot_->clear(); // it may list what the commit behind this is about to free
 }
 
 // --- Units of work ---

@@ -408,22 +408,7 @@ void ConcreteChangeSet::assign(const ChangeSet& other)
 
 void ConcreteChangeSet::clear()
 {
-    createdNodes_.clear();
-    destroyedNodes_.clear();
-    reparentedNodes_.clear();
-    reorderedNodes_.clear();
-    renamedNodes_.clear();
-    changedNodes_.clear();
-    createdDynamicAttributes_.clear();
-    destroyedDynamicAttributes_.clear();
-    renamedDynamicAttributes_.clear();
-    createdDynamicAttributeArrays_.clear();
-    destroyedDynamicAttributeArrays_.clear();
-    renamedDynamicAttributeArrays_.clear();
-    resizedAttributeArrays_.clear();
-    createdReferences_.clear();
-    destroyedReferences_.clear();
-    changedAttributes_.clear();
+    forEachList([](auto& list, std::uint32_t) { list.clear(); });
 }
 
 void ConcreteChangeSet::reserve()

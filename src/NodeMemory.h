@@ -52,6 +52,12 @@ public:
     [[nodiscard]] static bool anyFlag(const Element& element, std::uint32_t mask);
     [[nodiscard]] static bool anyElementFlag(const Node& node, std::uint32_t mask);
 
+    /// Where the side record stands, of an attribute that takes part in references; any address for other elements.
+    [[nodiscard]] static const void* linksOf(const Element& element) { return element.links_; }
+
+    /// Where the node's flag word stands.
+    [[nodiscard]] static const void* flagsOf(const Node& node) { return &node.flags_; }
+
 private:
     [[nodiscard]] static Node* makeBlock(NodeTemplate& nodeTemplate);
     static void freeArrayStorage(AttributeArray& array);

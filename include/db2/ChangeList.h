@@ -16,10 +16,10 @@ class DB2_API ChangeListBase
 {
 public:
     [[nodiscard]] std::size_t count() const { return entries_.size() - holes_; }
-    [[nodiscard]] bool empty() const { return count() == 0; }
+    [[nodiscard]] bool empty() const { return entries_.empty(); } // the last entry is no hole
     void clear()
     {
-        if (!entries_.empty() || scanned_ != 0) // most lists are empty at most reports
+        if (!entries_.empty()) // most lists are empty at most reports
             clearAll();
     }
     void reserve(std::size_t entries) { entries_.reserve(entries); }
@@ -59,8 +59,8 @@ private:
 
     mutable kqtl::pod_vector<void*> entries_; ///< some are holes; the last one never is
     mutable std::size_t holes_ = 0;
-    mutable std::size_t scanned_ = 0;      ///< entries looked at since the holes were closed last
-    mutable std::unique_ptr<Index> index_; ///< made when scans cost more; null when the list has none
+    mutable std::size_t scanned_ = 0;      ///< entries looked at since the holes were closed last; 0 in an empty list
+    mutable std::unique_ptr<Index> index_; ///< made when scans cost more; null when the list has none, or no entry
 };
 
 /// The typed list.
@@ -72,6 +72,8 @@ public:
     void remove(T* object) { removePointer(object); }
     /// @param index  below the count.
     [[nodiscard]] T* at(std::size_t index) const { return static_cast<T*>(pointerAt(index)); }
+    [[nodiscard]] T* operator[](std::size_t index) const { return at(index); }
+    [[nodiscard]] std::size_t size() const { return count(); }
     void replace(std::size_t index, T* object) { replacePointer(index, object); }
 };
 

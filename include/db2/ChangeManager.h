@@ -1,7 +1,7 @@
 #pragma once
 
-#include <db2/AttributeIterators.h>
 #include <db2/ChangeSet.h>
+#include <db2/ConcreteChangeSet.h>
 #include <db2/DataObservers.h>
 #include <db2/Export.h>
 #include <db2/ForwardingLayer.h>
@@ -103,13 +103,15 @@ private:
     void recordDestroyed(Element& element);
     void addChangedReferents(const Attribute& attribute);
     void markChanged(Attribute& attribute);
+    [[nodiscard]] bool mayHaveCreatedOrDestroyed() const;
     void dropDestroyedBelow();
+    void clearHostSet();
 
     ObserverList<DataPreObserver> preObservers_;
     ObserverList<DataObserver> observers_;
-    ChangeSet* snapshot_; ///< the host's
-    ChangeSet* changes_;  ///< the host's; holds an object exactly when the object has the list's bit
-    ReferentIterator referents_{5};
+    ChangeSet* snapshot_;         ///< the host's
+    ChangeSet* changes_;          ///< the host's; holds an object exactly when the object has the list's bit
+    ConcreteChangeSet* ownLists_; ///< changes_, when it is of just that class; else null
     bool inObservers_ = false;
     bool isSnapshotFilled_ = false; ///< since the last report
     void* wrapperDatabase_;

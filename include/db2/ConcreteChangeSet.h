@@ -3,6 +3,7 @@
 #include <db2/ChangeList.h>
 #include <db2/ChangeSet.h>
 #include <db2/Export.h>
+#include <db2/Flags.h>
 
 namespace db2 {
 
@@ -87,6 +88,30 @@ public:
     void stableSortDestroyedNodes(BreadthFirstSortFunctor& functor) override;
 
 private:
+    friend class ChangeManager; // which goes through the lists at every commit, without a virtual call for each entry
+
+    /// Calls @p visit with each list and the bit that the change layer sets on the objects in it.
+    template <class Visit>
+    void forEachList(Visit visit)
+    {
+        visit(createdNodes_, NodeFlag::kCreated);
+        visit(destroyedNodes_, NodeFlag::kDestroyedNow);
+        visit(reparentedNodes_, NodeFlag::kReparented);
+        visit(reorderedNodes_, NodeFlag::kReordered);
+        visit(renamedNodes_, NodeFlag::kRenamed);
+        visit(changedNodes_, NodeFlag::kChanged);
+        visit(createdDynamicAttributes_, ElementFlag::kCreated);
+        visit(destroyedDynamicAttributes_, ElementFlag::kDestroyedNow);
+        visit(renamedDynamicAttributes_, ElementFlag::kRenamed);
+        visit(createdDynamicAttributeArrays_, ElementFlag::kCreated);
+        visit(destroyedDynamicAttributeArrays_, ElementFlag::kDestroyedNow);
+        visit(renamedDynamicAttributeArrays_, ElementFlag::kRenamed);
+        visit(resizedAttributeArrays_, ElementFlag::kResized);
+        visit(createdReferences_, ElementFlag::kReferenceMade);
+        visit(destroyedReferences_, ElementFlag::kReferenceBroken);
+        visit(changedAttributes_, ElementFlag::kChanged);
+    }
+
     ChangeList<Node> createdNodes_;
     ChangeList<Node> destroyedNodes_;
     ChangeList<Node> reparentedNodes_;
