@@ -148,6 +148,7 @@ private:
 
     // Checks
     [[nodiscard]] Status checkUnlocked() const;
+    [[nodiscard]] bool isPlainlyLockable(const Attribute& attribute) const;
     [[nodiscard]] Status checkCreateNode(const NodeTemplate* nodeTemplate, const Node* parent, const Node* next) const;
     [[nodiscard]] Status checkNode(const Node& node) const;
     [[nodiscard]] Status checkElement(const Element& element) const;

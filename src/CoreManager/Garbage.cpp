@@ -6,6 +6,7 @@
 #include "../ElementRecords.h"
 #include "../NodeMemory.h"
 #include "../OutOfMemory.h"
+#include "../Prefetch.h"
 
 #include <algorithm>
 
@@ -27,13 +28,12 @@ template <class T, class Keep, class Free>
 void sweep(kqtl::pod_vector<T*>& list, Keep keep, Free free)
 {
     std::size_t kept = 0;
-    for (T* const entry : list)
-    {
-        if (keep(*entry))
-            list[kept++] = entry;
+    forEachFetched(list, [&](T& entry) {
+        if (keep(entry))
+            list[kept++] = &entry;
         else
-            free(entry);
-    }
+            free(&entry);
+    });
     list.resize(kept);
 }
 
@@ -54,9 +54,10 @@ void CoreManager::collectGarbage()
 {
     if (elementAnchor_.hasHandles())
         elementAnchor_.clearHandles();
-    for (Node* const node : nodeGarbage_)
-        if (isListed(*node))
-            keepWithAncestors(*node);
+    forEachFetched(nodeGarbage_, [](Node& node) {
+        if (isListed(node))
+            keepWithAncestors(node);
+    });
     sweep(
         elementGarbage_,
         [](Element& element) {
