@@ -7,7 +7,9 @@
 #include <kqtl/pod_vector.h>
 #include <kqx/Array.h>
 
+#include <cstddef>
 #include <memory>
+#include <span>
 
 namespace db2 {
 
@@ -91,7 +93,7 @@ private:
         float lastTime = 0;
         float totalTime = 0;
     };
-    using DirtyList = kqtl::pod_vector<Element*>; ///< each has ElementFlag::kDirty, so the core keeps it
+    using DirtyList = kqtl::pod_vector<Element*>; ///< what is dirty has ElementFlag::kDirty, so the core keeps it
 
     void takeIn(Node& node);
     void requestRebuild();
@@ -104,8 +106,13 @@ private:
     unsigned int id_;
     DataInterface** interfaceSlot_;
     std::unique_ptr<ComputeGraph> graph_;
-    DirtyList dirtyElements_;    ///< written since the last run, in the order of their first writes
-    DirtyList previousElements_; ///< of the run before; only compared by address, never followed
+    [[nodiscard]] std::span<Element* const> dirtyElements() const { return {written_.data(), dirtyCount_}; }
+
+    /// What was written since the last run, in the order of the first writes. Takes the place of what the run before
+    /// had, entry by entry; what is left of that is only compared by address, never followed.
+    DirtyList written_;
+    std::size_t dirtyCount_ = 0;    ///< entries written since the last run
+    std::size_t previousCount_ = 0; ///< how many the run before had
     bool isDirty_ = false;
     bool needsRebuild_ = false;
     bool isCacheValid_ = false;

@@ -1,6 +1,7 @@
 #include "ComputeGraph.h"
 
 #include "../OutOfMemory.h"
+#include "../Prefetch.h"
 #include "../ReferencerWalk.h"
 #include "Components.h"
 
@@ -27,6 +28,13 @@ bool isInput(const Element& element)
     return element.getMetaData()->hasOutputComputeSets() && !element.isDynamic();
 }
 
+/// Whether any attribute takes its value from the element or an item of it; for arrays, it may do so as well.
+bool hasReferents(const Element& element)
+{
+    return element.isAttributeArray() ? static_cast<const AttributeArray&>(element).getReferenceCount() != 0
+                                      : static_cast<const Attribute&>(element).getReferents() != nullptr;
+}
+
 /// Calls @p visit for each attribute that shows the value of the element, or of an item of it, through references.
 /// @param visit  returns false to pass over what references the attribute it got.
 template <class Visit>
@@ -43,6 +51,12 @@ void forEachReferent(const Element& element, Visit visit)
     const auto& array = static_cast<const AttributeArray&>(element);
     for (unsigned int i = 0; array.getReferenceCount() != 0 && i < array.getSize(); ++i)
         visitAll(*array.getAttribute(i));
+}
+
+/// Of an element that is to be prefetched. For one behind all others that fit, another will do.
+std::uint16_t shortIndex(unsigned int element)
+{
+    return static_cast<std::uint16_t>(std::min(element, 0xFFFFu));
 }
 
 } // namespace
@@ -138,7 +152,9 @@ void ComputeGraph::numberComputers()
         for (unsigned int i = 0; i < nodeTemplate.getComputeSetCount(); ++i)
         {
             const ComputeSet& set = *nodeTemplate.getComputeSet(i);
-            computers_.push_back({set.getComputeFunction(), set.getUserData(), n, 0, 0, 0});
+            computers_.push_back({set.getComputeFunction(), set.getUserData(), n, 0, 0, 0,
+                                  shortIndex(set.getInputs()[0]), shortIndex(set.getInputs()[set.getInputCount() - 1]),
+                                  shortIndex(set.getOutputs()[0])});
         }
     }
 }
@@ -168,7 +184,7 @@ void ComputeGraph::collectEdges()
             });
         }
     }
-    computers_.push_back({nullptr, nullptr, 0, static_cast<Index>(edges_.size()), 0, 0});
+    computers_.push_back({nullptr, nullptr, 0, static_cast<Index>(edges_.size()), 0, 0, 0, 0, 0});
 }
 
 void ComputeGraph::assignPriorities()
@@ -306,20 +322,21 @@ void ComputeGraph::orderAll()
         order_.push_back(queue_.pop());
 }
 
-void ComputeGraph::orderFedBy(const kqtl::pod_vector<Element*>& written)
+void ComputeGraph::orderFedBy(std::span<Element* const> written)
 {
     beginOrder();
+    if (!hasComputers())
+        return;
     const auto queueReader = [this](Index computer) { queue(computer); };
-    for (const Element* const element : written)
-    {
-        if (element->isDestroyed())
-            continue;
-        forEachReader(*element, queueReader);
-        forEachReferent(*element, [&](const Attribute& referent) {
+    forEachFetched(written, [&](const Element& element) {
+        if ((!isInput(outermost(element)) && !hasReferents(element)) || element.isDestroyed())
+            return;
+        forEachReader(element, queueReader);
+        forEachReferent(element, [&](const Attribute& referent) {
             forEachReader(referent, queueReader);
             return !referent.hasFlag(ElementFlag::kDirty); // what is written itself has its own turn
         });
-    }
+    });
     while (!queue_.empty())
     {
         const Index computer = queue_.pop();
@@ -329,10 +346,34 @@ void ComputeGraph::orderFedBy(const kqtl::pod_vector<Element*>& written)
     }
 }
 
+/// Has a node fetched that is soon to be computed, with what the computer reads and writes first.
+void ComputeGraph::prefetchNode(Index computer) const
+{
+    const ComputedNode& computed = nodes_[computers_[computer].node];
+    if (const Node* const node = computed.node.get())
+        prefetchFlags(*node);
+    prefetch(elements_[computed.firstElement + computers_[computer].firstInput]);
+    prefetch(elements_[computed.firstElement + computers_[computer].firstOutput]);
+}
+
+/// Likewise, later, because it reads the elements: the links of those that take part in references.
+void ComputeGraph::prefetchLinks(Index computer) const
+{
+    const ComputedNode& computed = nodes_[computers_[computer].node];
+    if (!computed.node) // its elements are gone with it
+        return;
+    for (const auto index : {computers_[computer].firstInput, computers_[computer].lastInput})
+        prefetch(NodeMemory::linksOf(*elements_[computed.firstElement + index]));
+}
+
 void ComputeGraph::run(DataInterface& data)
 {
     for (std::size_t i = 0; i < order_.size(); ++i) // anew each time: a function may clear the graph
     {
+        if (i + kPrefetchDistance < order_.size())
+            prefetchNode(order_[i + kPrefetchDistance]);
+        if (i + kPrefetchDistance / 2 < order_.size())
+            prefetchLinks(order_[i + kPrefetchDistance / 2]);
         const Computer& computer = computers_[order_[i]];
         const ComputedNode& computed = nodes_[computer.node];
         Node* const node = computed.node.get();

@@ -55,7 +55,7 @@ public:
     void orderAll();
 
     /// Orders what the elements feed, directly or through others. They still carry ElementFlag::kDirty.
-    void orderFedBy(const kqtl::pod_vector<Element*>& written);
+    void orderFedBy(std::span<Element* const> written);
 
     /// Runs in the order that was made last, except on nodes that are destroyed by then. Compute functions may do to the
     /// graph what they like, but for a rebuild or another order.
@@ -77,7 +77,10 @@ private:
         Index node;
         Index firstEdge; ///< in edges_; the run ends where the next one's begins
         std::uint32_t priority;
-        std::uint32_t queuedIn; ///< the number of the last order that had it queued
+        std::uint32_t queuedIn;   ///< the number of the last order that had it queued
+        std::uint16_t firstInput; ///< elements of the node, as what to prefetch: shortIndex()
+        std::uint16_t lastInput;
+        std::uint16_t firstOutput;
     };
 
     void dropDestroyedNodes();
@@ -93,6 +96,8 @@ private:
     [[nodiscard]] Index countComputers() const;
     void beginOrder();
     void queue(Index computer);
+    void prefetchNode(Index computer) const;
+    void prefetchLinks(Index computer) const;
     template <class Visit>
     void forEachReader(const Element& element, Visit visit) const;
 

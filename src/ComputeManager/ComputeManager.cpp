@@ -5,6 +5,7 @@
 #include <db2/NodeIterators.h>
 
 #include "../OutOfMemory.h"
+#include "../Prefetch.h"
 #include "ComputeGraph.h"
 
 #include <kqx/Timer.h>
@@ -59,10 +60,9 @@ bool isBeingWritten(const Element& element)
     return element.hasFlag(ElementFlag::kLocked) || (array != nullptr && array->isLocked());
 }
 
-void unmark(const kqtl::pod_vector<Element*>& elements)
+void unmark(std::span<Element* const> elements)
 {
-    for (Element* const element : elements)
-        element->clearFlag(ElementFlag::kDirty);
+    forEachFetched(elements, [](Element& element) { element.clearFlag(ElementFlag::kDirty); });
 }
 
 bool hasComputeSets(const Node& node)
@@ -78,8 +78,7 @@ ComputeManager::ComputeManager(unsigned int id, DataInterface* nextLayer, const 
                                DataInterface** interfaceSlot)
     : ForwardingLayer(nextLayer), id_(id), interfaceSlot_(interfaceSlot), graph_(new ComputeGraph)
 {
-    dirtyElements_.reserve(kReservedDirtyElements);
-    previousElements_.reserve(kReservedDirtyElements);
+    written_.reserve(kReservedDirtyElements);
     for (NodeIterator nodes(const_cast<Node*>(&root)); nodes.next();) // the layers edit what the root owns
         if (hasComputeSets(*nodes.node()))
         {
@@ -91,7 +90,7 @@ ComputeManager::ComputeManager(unsigned int id, DataInterface* nextLayer, const 
 
 ComputeManager::~ComputeManager()
 {
-    unmark(dirtyElements_);
+    unmark(dirtyElements());
 }
 
 // --- What was written ---
@@ -123,12 +122,15 @@ void ComputeManager::markDirty(Element& element)
 {
     if (element.hasFlag(ElementFlag::kDirty))
         return;
-    if (!succeeds([&] { dirtyElements_.push_back(&element); }))
+    const std::size_t position = dirtyCount_;
+    const bool isNewPlace = position == written_.size();
+    if (isNewPlace && !succeeds([this] { written_.push_back(nullptr); }))
         return requestRebuild(); // which computes everything, this included
+    isCacheValid_ = isCacheValid_ && position < previousCount_ && written_[position] == &element;
+    written_[position] = &element;
+    ++dirtyCount_;
     element.setFlag(ElementFlag::kDirty);
     isDirty_ = true;
-    const std::size_t position = dirtyElements_.size() - 1;
-    isCacheValid_ = isCacheValid_ && position < previousElements_.size() && previousElements_[position] == &element;
 }
 
 // --- Edits ---
@@ -229,21 +231,22 @@ Status ComputeManager::db_commitTransient()
 Status ComputeManager::db_clear()
 {
     // Nothing may be listed when the next layers free it, so everything is put aside, and comes back when they refuse.
-    unmark(dirtyElements_);
+    unmark(dirtyElements());
     ComputeGraph graph = std::exchange(*graph_, ComputeGraph());
-    DirtyList dirtyElements = std::exchange(dirtyElements_, DirtyList());
+    DirtyList written = std::exchange(written_, DirtyList());
+    const std::size_t dirtyCount = std::exchange(dirtyCount_, 0);
+    const std::size_t previousCount = std::exchange(previousCount_, 0);
     const bool wasDirty = std::exchange(isDirty_, false);
     const bool neededRebuild = std::exchange(needsRebuild_, false);
     const bool wasCacheValid = std::exchange(isCacheValid_, false);
     const Status status = ForwardingLayer::db_clear();
     if (status == Status::kSuccess)
-    {
-        previousElements_.clear();
         return status;
-    }
     *graph_ = std::move(graph);
-    dirtyElements_ = std::move(dirtyElements);
-    for (Element* const element : dirtyElements_)
+    written_ = std::move(written);
+    dirtyCount_ = dirtyCount;
+    previousCount_ = previousCount;
+    for (Element* const element : dirtyElements())
         element->setFlag(ElementFlag::kDirty);
     isDirty_ = wasDirty;
     needsRebuild_ = neededRebuild;
@@ -268,7 +271,7 @@ bool ComputeManager::bringUpToDate()
         logError(L"Out of memory while building the compute graph; outputs are not up to date.");
         return false;
     }
-    isCacheValid_ = isCacheValid_ && dirtyElements_.size() == previousElements_.size();
+    isCacheValid_ = isCacheValid_ && dirtyCount_ == previousCount_;
     const bool usesQueue = !needsRebuild_ && !isCacheValid_;
     Statistics& statistics = usesQueue ? priorityQueueUse_ : needsRebuild_ ? flush_ : cacheUse_;
     ++statistics.count;
@@ -276,7 +279,7 @@ bool ComputeManager::bringUpToDate()
     if (graph_->hasComputers()) // asking the clock costs as much as a small unit of work
         timer.start();
     if (usesQueue)
-        graph_->orderFedBy(dirtyElements_);
+        graph_->orderFedBy(dirtyElements());
     else if (needsRebuild_)
         graph_->orderAll();
     settleDirtyList(); // before the functions run, since they may write through this layer
@@ -291,15 +294,16 @@ bool ComputeManager::bringUpToDate()
 /// Every attribute is taken off, destroyed ones too. What is locked may still be written, and so begins the next list.
 void ComputeManager::settleDirtyList()
 {
-    previousElements_.swap(dirtyElements_);
-    dirtyElements_.clear();
+    previousCount_ = std::exchange(dirtyCount_, 0);
     isDirty_ = false;
     needsRebuild_ = false;
     isCacheValid_ = false;
-    unmark(previousElements_);
-    for (Element* const element : previousElements_)
-        if (isBeingWritten(*element))
-            markDirty(*element);
+    const std::span<Element* const> settled(written_.data(), previousCount_);
+    forEachFetched(settled, [this](Element& element) { // a new list overwrites only what this has passed
+        element.clearFlag(ElementFlag::kDirty);
+        if (isBeingWritten(element))
+            markDirty(element);
+    });
 }
 
 void ComputeManager::run()
