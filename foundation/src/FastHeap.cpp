@@ -10,7 +10,7 @@ namespace KQutils {
 
 namespace {
 
-constexpr std::size_t kLargestChunkBytes = 64 * 1024;
+constexpr std::uint32_t kLargestChunkBytes = 64 * 1024;
 constexpr std::size_t kLargestSharedBytes = kLargestChunkBytes / 4; ///< above, a request gets a chunk of its own
 
 /// Of chunks and their headers, and that of the library's largest values. A chunk's contents start at a multiple of it
@@ -80,7 +80,7 @@ void* FastHeap::alloc(std::size_t bytes, std::size_t alignment)
     }
     char* const block = cursor_ + padding;
     cursor_ = block + bytes;
-    remaining_ -= padding + bytes;
+    remaining_ -= static_cast<std::uint32_t>(padding + bytes);
     bytesInUse_ += padding + bytes;
     return block;
 }
@@ -111,12 +111,12 @@ void* FastHeap::allocOwnChunk(std::size_t bytes, std::size_t alignment)
 /// @return false, with nothing changed, when memory is out.
 bool FastHeap::startChunkFor(std::size_t bytes)
 {
-    const std::size_t chunkBytes = std::max(nextChunkBytes_, kHeaderBytes + bytes);
+    const std::size_t chunkBytes = std::max<std::size_t>(nextChunkBytes_, kHeaderBytes + bytes);
     Chunk* const chunk = addChunk(chunkBytes, kChunkAlignment);
     if (chunk == nullptr)
         return false;
     cursor_ = reinterpret_cast<char*>(chunk) + kHeaderBytes;
-    remaining_ = chunkBytes - kHeaderBytes;
+    remaining_ = static_cast<std::uint32_t>(chunkBytes - kHeaderBytes);
     nextChunkBytes_ = std::min(nextChunkBytes_ * 2, kLargestChunkBytes);
     return true;
 }

@@ -11,51 +11,51 @@ namespace db2 {
 
 bool CreateElementOperation::undo(DataInterface& target, CoreManager&)
 {
-    return target.db_destroyDynamicElement(element_) == Status::kSuccess;
+    return target.db_destroyDynamicElement(subject()) == Status::kSuccess;
 }
 
 DestroyElementOperation::DestroyElementOperation(Element& element)
-    : element_(&element), next_(element.getNode()->getNextDynamicElement(&element))
+    : OperationOn(&element, kHolds), next_(element.getNode()->getNextDynamicElement(&element))
 {
 }
 
 bool DestroyElementOperation::undo(DataInterface& target, CoreManager& core)
 {
-    UndoAccess::resurrectElement(core, *element_);
-    const ElementMetaDataCopier definition(*element_->getMetaData());
+    UndoAccess::resurrectElement(core, *subject());
+    const ElementMetaDataCopier definition(*subject()->getMetaData());
     const Status status =
-        target.db_createDynamicElement(definition, element_->getName(), element_->getNode(), next_, nullptr);
+        target.db_createDynamicElement(definition, subject()->getName(), subject()->getNode(), next_, nullptr);
     UndoAccess::takeBackElement(core); // when it was refused the element stays archived
     if (status == Status::kSuccess)
-        element_ = nullptr;
+        setSubject(nullptr);
     return status == Status::kSuccess;
 }
 
 void DestroyElementOperation::discard(CoreManager& core)
 {
-    UndoAccess::finalDestroyElement(core, *element_);
+    UndoAccess::finalDestroyElement(core, *subject());
 }
 
 bool RenameElementOperation::undo(DataInterface& target, CoreManager&)
 {
-    return target.db_renameDynamicElement(element_, oldName_) == Status::kSuccess;
+    return target.db_renameDynamicElement(subject(), oldName_) == Status::kSuccess;
 }
 
 // --- References ---
 
 bool CreateReferenceOperation::undo(DataInterface& target, CoreManager&)
 {
-    return target.db_destroyReference(referencer_) == Status::kSuccess;
+    return target.db_destroyReference(subject()) == Status::kSuccess;
 }
 
 DestroyReferenceOperation::DestroyReferenceOperation(Attribute& referencer)
-    : referenced_(referencer.getReference()), referencer_(&referencer), isSingle_(referencer.referenceIsSingle())
+    : OperationOn(&referencer), referenced_(referencer.getReference()), isSingle_(referencer.referenceIsSingle())
 {
 }
 
 bool DestroyReferenceOperation::undo(DataInterface& target, CoreManager&)
 {
-    return target.db_createReference(referenced_, referencer_, isSingle_) == Status::kSuccess;
+    return target.db_createReference(referenced_, subject(), isSingle_) == Status::kSuccess;
 }
 
 } // namespace db2

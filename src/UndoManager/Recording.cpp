@@ -237,7 +237,9 @@ Status UndoManager::db_lockAttribute(Attribute* attribute, ValueHandle* outValue
         return status;
     if (!attribute->hasFlag(ElementFlag::kRecordedInItem) && !isValueExempt(*attribute))
     {
-        const Status recorded = record([&](UndoItem& item) { return makeSaved<WriteOperation>(item, *attribute); },
+        // What the lock handed out is the value, unless a layer further in only says that it locked.
+        const ConstValueHandle oldValue = value.isNull() ? attribute->getValue() : ConstValueHandle(value);
+        const Status recorded = record([&](UndoItem& item) { return WriteOperation::make(item, *attribute, oldValue); },
                                        [](WriteOperation& operation) {
                                            operation.setFlags();
                                            return Status::kSuccess;

@@ -84,10 +84,13 @@ void UndoManager::replayOperations(UndoItem& item, unsigned int downTo, DataInte
 {
     const Setting replaying(isReplaying_);
     lastReplayWasComplete_ = true;
+    OperationList::SubjectsAhead ahead(item.operations);
     while (item.operations.count() > downTo)
     {
+        ahead.step();
         UndoableOperation& operation = *item.operations.takeNewest();
-        if (operation.isRefused())
+        const bool mayHold = operation.has(UndoableOperation::kHolds);
+        if (mayHold && operation.isRefused())
         {
             keep(operation, false);
             continue;
@@ -97,8 +100,9 @@ void UndoManager::replayOperations(UndoItem& item, unsigned int downTo, DataInte
             lastReplayWasComplete_ = false;
             logError(L"Failed to take back %s", operation.name());
         }
-        operation.clearFlags();
-        if (operation.isHolding())
+        if (operation.has(UndoableOperation::kMarks))
+            operation.clearFlags();
+        if (mayHold && operation.isHolding())
             keep(operation, true);
         else
             operation.release();

@@ -131,16 +131,18 @@ void UndoManager::dropStack(ItemStack& stack, void (UndoObserver::*popped)(UndoM
 bool UndoManager::dropAllButRefused(UndoItem& item, OperationList& refused)
 {
     bool lends = false;
+    if (!item.operations.mayHave(UndoableOperation::kHolds))
+        return false; // all end with their item
     while (UndoableOperation* const operation = item.operations.takeNewest())
     {
-        if (operation->isRefused())
+        if (operation->has(UndoableOperation::kHolds) && operation->isRefused())
         {
             operation->setRefused(false);
             refused.add(*operation);
             lends = true;
             continue;
         }
-        if (operation->isHolding())
+        if (operation->has(UndoableOperation::kHolds) && operation->isHolding())
             operation->discard(core_);
         operation->release();
     }
@@ -150,10 +152,11 @@ bool UndoManager::dropAllButRefused(UndoItem& item, OperationList& refused)
 /// Gives up what an item's operations hold, because nobody will replay them.
 void UndoManager::dropOperations(UndoItem& item)
 {
-    item.operations.forEachNewestFirst([this](UndoableOperation& operation) {
-        if (operation.isHolding())
-            operation.discard(core_);
-    });
+    if (item.operations.mayHave(UndoableOperation::kHolds))
+        item.operations.forEachNewestFirst([this](UndoableOperation& operation) {
+            if (operation.has(UndoableOperation::kHolds) && operation.isHolding())
+                operation.discard(core_);
+        });
 }
 
 /// Makes a new open item, which gives the heap of the former one back; without memory that one serves on, emptied.

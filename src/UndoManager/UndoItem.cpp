@@ -25,13 +25,19 @@ std::unique_ptr<UndoItem> UndoItem::make()
 
 void UndoItem::clearFlags()
 {
-    operations.forEachNewestFirst([](UndoableOperation& operation) { operation.clearFlags(); });
+    if (operations.mayHave(UndoableOperation::kMarks))
+        operations.forEachNewestFirst([](UndoableOperation& operation) {
+            if (operation.has(UndoableOperation::kMarks))
+                operation.clearFlags();
+        });
 }
 
 void UndoItem::releaseOperations()
 {
-    while (UndoableOperation* const operation = operations.takeNewest())
-        operation->release();
+    if (operations.mayHave(UndoableOperation::kOwns))
+        while (UndoableOperation* const operation = operations.takeNewest())
+            operation->release();
+    operations = OperationList();
 }
 
 std::size_t UndoItem::memoryInUse() const

@@ -69,7 +69,7 @@ public:
 
 private:
     /// Many units of work are a single edit: a write of a Float and a short description take no other memory.
-    alignas(16) std::byte firstBlock_[80];
+    alignas(16) std::byte firstBlock_[64];
     KQutils::FastHeap heap_;
     std::unique_ptr<UndoItem> lender_; ///< one leads to the next
 };

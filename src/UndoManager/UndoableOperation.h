@@ -1,7 +1,11 @@
 #pragma once
 
+#include "../Prefetch.h"
+
 #include <db2/CoreManager.h>
 #include <db2/DataInterface.h>
+
+#include <cstdint>
 
 namespace db2 {
 
@@ -10,9 +14,21 @@ namespace db2 {
 class UndoableOperation
 {
 public:
-    UndoableOperation() = default;
+    /// What an operation may have to do beyond its inverse, as bits. Most have nothing of it to do, and are passed over
+    /// without a call.
+    enum Duty : std::uint8_t
+    {
+        kNone = 0,
+        kMarks = 1, ///< it marks its subject for the time of its unit of work: clearFlags()
+        kHolds = 2, ///< it may hold its subject in the core: isHolding(), discard(), isRefused(), setRefused()
+        kOwns = 4,  ///< it owns what its end gives back: release()
+        kMarksAndOwns = kMarks | kOwns
+    };
+
     UndoableOperation(const UndoableOperation&) = delete;
     UndoableOperation& operator=(const UndoableOperation&) = delete;
+
+    [[nodiscard]] bool has(Duty duty) const { return (duties_ & duty) != 0; }
 
     /// The recorded edit's name, for messages.
     [[nodiscard]] virtual const wchar_t* name() const = 0;
@@ -38,15 +54,34 @@ public:
     virtual void setRefused(bool) {}
 
     /// Ends the operation; its memory goes with the item's.
-    void release() { this->~UndoableOperation(); }
+    void release()
+    {
+        if (has(kOwns))
+            this->~UndoableOperation();
+    }
 
 protected:
+    UndoableOperation(void* subject, Duty duties) : subject_(subject), duties_(duties) {}
     virtual ~UndoableOperation() = default;
+
+    void* subject_; ///< what the edit was made on
 
 private:
     friend class OperationList;
 
     UndoableOperation* previous_ = nullptr; ///< the operation recorded before this one in the item
+    Duty duties_;                           ///< last, so that small members of derived classes find room behind it
+};
+
+/// An operation on a node, an element, an attribute or an array.
+template <class T>
+class OperationOn : public UndoableOperation
+{
+protected:
+    explicit OperationOn(T* subject, Duty duties = kNone) : UndoableOperation(subject, duties) {}
+
+    [[nodiscard]] T* subject() const { return static_cast<T*>(subject_); }
+    void setSubject(T* subject) { subject_ = subject; }
 };
 
 /// Operations in the order of their recording, linked through themselves. Owns none of them.
@@ -55,11 +90,15 @@ class OperationList
 public:
     [[nodiscard]] unsigned int count() const { return count_; }
 
+    /// False only when no operation of the list has the duty.
+    [[nodiscard]] bool mayHave(UndoableOperation::Duty duty) const { return (duties_ & duty) != 0; }
+
     void add(UndoableOperation& operation)
     {
         operation.previous_ = newest_;
         newest_ = &operation;
         ++count_;
+        duties_ |= operation.duties_;
     }
 
     /// @return the newest operation, which is no longer in the list; null when there is none.
@@ -82,19 +121,46 @@ public:
             oldestLink = &(*oldestLink)->previous_;
         *oldestLink = older.newest_;
         count_ += older.count_;
+        duties_ |= older.duties_;
         older = OperationList();
     }
 
     template <class Visit>
     void forEachNewestFirst(Visit visit)
     {
+        SubjectsAhead ahead(*this);
         for (UndoableOperation* at = newest_; at != nullptr; at = at->previous_)
+        {
+            ahead.step();
             visit(*at);
+        }
     }
+
+    /// Has the subjects of the operations some steps ahead fetched, in a pass from the newest to the oldest.
+    class SubjectsAhead
+    {
+    public:
+        explicit SubjectsAhead(const OperationList& list) : at_(list.newest_)
+        {
+            for (std::size_t i = 1; i < kPrefetchDistance; ++i)
+                step();
+        }
+        void step()
+        {
+            if (at_ == nullptr)
+                return;
+            prefetch(at_->subject_);
+            at_ = at_->previous_;
+        }
+
+    private:
+        const UndoableOperation* at_;
+    };
 
 private:
     UndoableOperation* newest_ = nullptr;
     unsigned int count_ = 0;
+    unsigned int duties_ = UndoableOperation::kNone; ///< of all that were ever added
 };
 
 } // namespace db2

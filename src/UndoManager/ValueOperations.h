@@ -2,6 +2,8 @@
 
 #include "UndoItem.h"
 
+#include <db2/Attribute.h>
+#include <db2/AttributeArray.h>
 #include <db2/ValueHandle.h>
 #include <db2/ValueInfo.h>
 
@@ -38,32 +40,37 @@ private:
     std::uint32_t count_ = 0;
 };
 
-/// db_lockAttribute: the value before the first lock of the unit of work.
-class WriteOperation final : public UndoableOperation
+/// db_lockAttribute: the value before the first lock of the unit of work. The most frequent operation by far, so it is
+/// small: the value stands in the record or right behind it.
+class WriteOperation final : public OperationOn<Attribute>
 {
 public:
-    explicit WriteOperation(Attribute& attribute) : attribute_(&attribute), oldValue_(attribute.getTypeId()) {}
-
-    /// Notes the value. @return false when memory is out.
-    [[nodiscard]] bool save(UndoItem& item);
+    /// Makes the operation in the item's heap. @param value  the attribute's. @return null when memory is out.
+    [[nodiscard]] static WriteOperation* make(UndoItem& item, Attribute& attribute, const ConstValueHandle& value);
+    ~WriteOperation() override;
 
     /// Marks the attribute as recorded.
-    void setFlags() { attribute_->setFlag(ElementFlag::kRecordedInItem); }
+    void setFlags() { subject()->setFlag(ElementFlag::kRecordedInItem); }
 
     [[nodiscard]] const wchar_t* name() const override { return L"db_lockAttribute"; }
     bool undo(DataInterface& target, CoreManager& core) override;
     void clearFlags() override;
 
 private:
-    Attribute* attribute_;
-    SavedValues oldValue_;
+    WriteOperation(Attribute& attribute, Duty duties);
+
+    [[nodiscard]] AttributeTypeId typeId() const { return static_cast<AttributeTypeId>(typeId_); }
+    [[nodiscard]] void* oldValue();
+
+    std::uint8_t typeId_;
+    alignas(4) std::byte smallValue_[4]; ///< a larger one stands behind the record
 };
 
 /// db_lockAttributeArray: the bytes of all values.
-class WriteArrayOperation final : public UndoableOperation
+class WriteArrayOperation final : public OperationOn<AttributeArray>
 {
 public:
-    explicit WriteArrayOperation(AttributeArray& array) : array_(&array), size_(array.getSize()) {}
+    explicit WriteArrayOperation(AttributeArray& array) : OperationOn(&array), size_(array.getSize()) {}
 
     /// @return false when memory is out.
     [[nodiscard]] bool save(UndoItem& item);
@@ -74,17 +81,16 @@ public:
 private:
     [[nodiscard]] std::size_t bytes() const;
 
-    AttributeArray* array_;
     void* oldValues_ = nullptr; ///< in the item's heap
     unsigned int size_;
 };
 
 /// db_resizeAttributeArray: the old size and, for a shrink, the values that it drops.
-class ResizeOperation final : public UndoableOperation
+class ResizeOperation final : public OperationOn<AttributeArray>
 {
 public:
     explicit ResizeOperation(AttributeArray& array)
-        : array_(&array), oldSize_(array.getSize()), dropped_(array.getTypeId())
+        : OperationOn(&array, kOwns), oldSize_(array.getSize()), dropped_(array.getTypeId())
     {
     }
 
@@ -95,7 +101,6 @@ public:
     bool undo(DataInterface& target, CoreManager& core) override;
 
 private:
-    AttributeArray* array_;
     unsigned int oldSize_;
     SavedValues dropped_; ///< the last ones of the old size
 };

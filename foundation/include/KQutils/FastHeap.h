@@ -3,6 +3,7 @@
 #include <kqtl/Export.h>
 
 #include <cstddef>
+#include <cstdint>
 
 namespace KQutils {
 
@@ -17,8 +18,8 @@ public:
     FastHeap() = default;
     /// For a heap that mostly holds little: it begins with a block of its owner's and goes on with a chunk of twice its
     /// size.
-    /// @param block  aligned to 16; not owned, and alive for as long as the heap.
-    FastHeap(void* block, std::size_t bytes)
+    /// @param block  aligned to 16, of at most 1 GiB; not owned, and alive for as long as the heap.
+    FastHeap(void* block, std::uint32_t bytes)
         : cursor_(static_cast<char*>(block)), remaining_(bytes), nextChunkBytes_(2 * bytes)
     {
     }
@@ -53,10 +54,10 @@ private:
     [[nodiscard]] bool startChunkFor(std::size_t bytes);
     void freeChunksUntil(const Chunk* kept) noexcept;
 
-    Chunk* chunks_ = nullptr;           ///< every chunk, newest first; owned
-    char* cursor_ = nullptr;            ///< the free rest of the chunk in use; null before the first one
-    std::size_t remaining_ = 0;         ///< bytes behind cursor_
-    std::size_t nextChunkBytes_ = 1024; ///< of the next chunk, with its header
+    Chunk* chunks_ = nullptr;             ///< every chunk, newest first; owned
+    char* cursor_ = nullptr;              ///< the free rest of the chunk in use; null before the first one
+    std::uint32_t remaining_ = 0;         ///< bytes behind cursor_
+    std::uint32_t nextChunkBytes_ = 1024; ///< of the next chunk, with its header
     std::size_t bytesInUse_ = 0;
 };
 
@@ -65,8 +66,8 @@ class FastHeap::Mark
     friend class FastHeap;
     Chunk* chunks;
     char* cursor;
-    std::size_t remaining;
-    std::size_t nextChunkBytes;
+    std::uint32_t remaining;
+    std::uint32_t nextChunkBytes;
     std::size_t bytesInUse;
 };
 
