@@ -161,6 +161,21 @@ TEST_F(RecordingLayerTest, ARefusedOperationIsKeptButNotHandedOn)
     EXPECT_EQ(inner.calls().size(), 2u);
 }
 
+TEST_F(RecordingLayerTest, EverythingIsRefusedUntilNothingIs)
+{
+    RecordingLayer inner(&tree.core);
+    layer.db_setNextInterface(&inner);
+    layer.refuseEverything(Status::kLockOutstanding);
+    EXPECT_EQ(layer.db_renameNode(tree.cup, L"mug"), Status::kLockOutstanding);
+    EXPECT_EQ(layer.db_commitTransient(), Status::kLockOutstanding);
+    EXPECT_EQ(layer.calls().size(), 2u);
+    EXPECT_TRUE(inner.calls().empty());
+    layer.refuse(Operation::kRenameNode, Status::kInUndo); // in its place
+    EXPECT_EQ(layer.db_commitTransient(), Status::kSuccess);
+    layer.refuseEverything(Status::kSuccess); // which is nothing
+    EXPECT_EQ(layer.db_renameNode(tree.cup, L"mug"), Status::kSuccess);
+}
+
 TEST_F(RecordingLayerTest, CallsAreKeptInTheirOrderUntilCleared)
 {
     layer.db_commitTransient();

@@ -2,6 +2,8 @@
 
 #include "Scene.h"
 
+#include <db2/testing/RecordingLayer.h>
+
 #include <string_view>
 #include <vector>
 
@@ -47,47 +49,14 @@ struct Operation
 Status callUnlocked(const Operation& operation, DataInterface& data, Operands& with);
 
 /// A layer that refuses everything, or forwards, and counts what it is asked for.
-class RefusingLayer : public ForwardingLayer
+class RefusingLayer : public conformance::RecordingLayer
 {
 public:
-    using ForwardingLayer::ForwardingLayer;
+    using RecordingLayer::RecordingLayer;
 
     /// @param refusal  kSuccess to forward from now on.
-    void answer(Status refusal) { refusal_ = refusal; }
-    [[nodiscard]] unsigned int calls() const { return calls_; }
-
-    Status db_createNode(unsigned int typeId, const wchar_t* name, Node* parent, Node* next, Node** outNode) override;
-    Status db_createUnknownNode(const wchar_t* typeName, const Module& module, const wchar_t* name, Node* parent,
-                                Node* next, bool legacy, Node** outNode) override;
-    Status db_destroyLeafNode(Node* node) override;
-    Status db_renameNode(Node* node, const wchar_t* name) override;
-    Status db_reparentNode(Node* node, Node* newParent, Node* next, const wchar_t* name) override;
-    Status db_reorderNode(Node* node, Node* next) override;
-    Status db_createDynamicElement(const ElementMetaDataDef& definition, const wchar_t* name, Node* node, Element* next,
-                                   Element** outElement) override;
-    Status db_destroyDynamicElement(Element* element) override;
-    Status db_renameDynamicElement(Element* element, const wchar_t* name) override;
-    Status db_resizeAttributeArray(AttributeArray* array, unsigned int size) override;
-    Status db_createReference(Attribute* referenced, Attribute* referencer, bool singleOutput) override;
-    Status db_destroyReference(Attribute* referencer) override;
-    Status db_lockAttribute(Attribute* attribute, ValueHandle* outValue) override;
-    Status db_unlockAttribute(Attribute* attribute) override;
-    Status db_lockAttributeArray(AttributeArray* array, void** outValues) override;
-    Status db_unlockAttributeArray(AttributeArray* array) override;
-    Status db_commit(const wchar_t* description, const wchar_t* file, unsigned int line) override;
-    Status db_commitTransient() override;
-    Status db_clear() override;
-
-private:
-    template <class Forward>
-    Status answerOr(Forward forward)
-    {
-        ++calls_;
-        return refusal_ != Status::kSuccess ? refusal_ : forward();
-    }
-
-    Status refusal_ = Status::kSuccess;
-    unsigned int calls_ = 0;
+    void answer(Status refusal) { refuseEverything(refusal); }
+    [[nodiscard]] unsigned int calls() const { return static_cast<unsigned int>(RecordingLayer::calls().size()); }
 };
 
 } // namespace db2test

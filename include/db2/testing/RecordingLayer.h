@@ -6,6 +6,7 @@
 #include <db2/Status.h>
 #include <db2/ValueHandle.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -63,6 +64,12 @@ public:
     void refuse(Operation operation, Status answer)
     {
         refused_ = operation;
+        refusal_ = answer;
+    }
+    /// The same for the calls of all operations.
+    void refuseEverything(Status answer)
+    {
+        refused_.reset();
         refusal_ = answer;
     }
     void refuseNothing() { refusal_ = Status::kSuccess; }
@@ -204,7 +211,7 @@ private:
     Status recordWithResult(RecordedCall call, Out* out, Forward forward)
     {
         call.outPointer = out;
-        if (refusal_ != Status::kSuccess && refused_ == call.operation)
+        if (refusal_ != Status::kSuccess && refused_.value_or(call.operation) == call.operation)
             call.answer = refusal_;
         else if (db_getNextInterface() != nullptr)
         {
@@ -217,8 +224,8 @@ private:
         return answer;
     }
 
-    std::vector<RecordedCall> calls_; ///< in the order in which they ended
-    Operation refused_ = Operation::kCreateNode;
+    std::vector<RecordedCall> calls_;   ///< in the order in which they ended
+    std::optional<Operation> refused_;  ///< none: all of them
     Status refusal_ = Status::kSuccess; ///< kSuccess: nothing is refused
 };
 
