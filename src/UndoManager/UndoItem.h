@@ -68,10 +68,10 @@ public:
     static void operator delete(void* item) noexcept;
 
 private:
+    std::unique_ptr<UndoItem> lender_; ///< one leads to the next; here, it fills up to the block's alignment
     /// Many units of work are a single edit: a write of a Float and a short description take no other memory.
     alignas(16) std::byte firstBlock_[64];
     KQutils::FastHeap heap_;
-    std::unique_ptr<UndoItem> lender_; ///< one leads to the next
 };
 
 } // namespace db2
