@@ -4,6 +4,7 @@
 #include "session/Loading.h"
 #include "session/MessageCollector.h"
 #include "session/Replacement.h"
+#include "session/WidePath.h"
 
 #include <db2json/JsonSaver.h>
 
@@ -230,7 +231,7 @@ bool Session::saveSubtrees(const std::vector<db2::Node*>& roots, const std::file
 
 bool Session::saveTo(const std::filesystem::path& file, const std::vector<db2::Node*>& roots, unsigned int options)
 {
-    db2::AtomicFileOutputStream stream(file.wstring().c_str(), db2::FileOpenMode::kBinary,
+    db2::AtomicFileOutputStream stream(widePath(file).c_str(), db2::FileOpenMode::kBinary,
                                        db2::OutputStreamEncoding::kUtf8);
     db2::JsonSaver saver(stream, typeString_.c_str(), options);
     bool isComplete = true;

@@ -1,5 +1,7 @@
 #include "Loading.h"
 
+#include "WidePath.h"
+
 #include <db2json/JsonLoader.h>
 
 #include <algorithm>
@@ -34,7 +36,7 @@ bool lacksMigrators(const db2::Module& placeholder, const db2::Module& module)
 LoadReport loadFile(const Library& library, const std::filesystem::path& file, db2::DataInterface& data,
                     db2::CoreManager& core, db2::Node& parent, bool keepLegacyData, std::wstring* outTypeString)
 {
-    const std::wstring path = file.wstring();
+    const std::wstring path = widePath(file);
     for (ModuleDefinition* const module : library.modules())
         module->setDataInterface(data);
     db2::FileInputStream stream(path.c_str(), db2::FileOpenMode::kBinary);
