@@ -1,5 +1,6 @@
 # What `cmake --install` puts in place: libraries, headers, the package that find_package(KQDatabase2) reads, and the files
 # that pkg-config reads. Two components: "runtime" is what a program needs to run, "development" what it takes to build one.
+# A third, "tools", is kqdb, which says for itself where its files go.
 
 include(CMakePackageConfigHelpers)
 

@@ -26,5 +26,12 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF) # no program or shared libra
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "${PROJECT_DESCRIPTION}: headers, and files for CMake and pkg-config")
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
 set(CPACK_COMPONENTS_ALL runtime development)
+if(KQDB_BUILD_TOOLS)
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME kqdatabase2-tools)
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+    set(CPACK_COMPONENT_TOOLS_DESCRIPTION "${PROJECT_DESCRIPTION}: the command line program kqdb")
+    set(CPACK_COMPONENT_TOOLS_DEPENDS runtime)
+    list(APPEND CPACK_COMPONENTS_ALL tools)
+endif()
 
 include(CPack)
