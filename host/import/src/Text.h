@@ -1,0 +1,31 @@
+#pragma once
+
+#include <kqx/String.h>
+
+#include <string>
+#include <string_view>
+
+namespace db2import {
+
+/// Wide text of a reader's bytes.
+struct Text
+{
+    std::wstring wide;
+    bool isExact = true; ///< false when bytes that are not UTF-8 became U+FFFD
+};
+
+/// @param bytes  should be UTF-8; what is not becomes U+FFFD.
+[[nodiscard]] Text textOf(std::string_view bytes);
+
+/// Wide text of what a system or a reader says.
+[[nodiscard]] inline std::wstring wideOf(std::string_view bytes)
+{
+    return textOf(bytes).wide;
+}
+
+[[nodiscard]] inline kqx::String stringOf(std::wstring_view text)
+{
+    return kqx::String(text.data(), text.size());
+}
+
+} // namespace db2import
