@@ -12,10 +12,10 @@ const wchar_t* extrapolationOf(aiAnimBehaviour behaviour)
 {
     switch (behaviour)
     {
-        case aiAnimBehaviour_CONSTANT: return L"constant";
-        case aiAnimBehaviour_LINEAR: return L"linear";
-        case aiAnimBehaviour_REPEAT: return L"repeat";
-        default: return L"default";
+    case aiAnimBehaviour_CONSTANT: return L"constant";
+    case aiAnimBehaviour_LINEAR: return L"linear";
+    case aiAnimBehaviour_REPEAT: return L"repeat";
+    default: return L"default";
     }
 }
 
@@ -129,9 +129,9 @@ private:
                 if (hasMesh(node.mMeshes[i]))
                     meshes.push_back(node.mMeshes[i]);
         }
-        for (unsigned int i = 0; meshes.empty() && i < conversion_.meshes.size(); ++i)
-            if (hasMesh(i) && conversion_.scene.mMeshes[i]->mName == name)
-                meshes.push_back(i);
+        const auto named = conversion_.meshesByName.find(std::string(bytesOf(name)));
+        if (meshes.empty() && named != conversion_.meshesByName.end())
+            meshes = named->second;
         return meshes;
     }
 

@@ -41,7 +41,7 @@ void addSceneProperties(Conversion& conversion)
 db2::Node& convert(const aiScene& scene, const std::wstring& modelName, bool isGltf2, db2::Node& parent, Editor& edit,
                    const std::function<void(float)>& onProgress)
 {
-    Conversion conversion{edit, scene, isGltf2, {}};
+    Conversion conversion(edit, scene, isGltf2);
     conversion.model = &edit.createNode(db2host::scene::kFolder, modelName, parent);
     edit.setModel(*conversion.model);
     addSceneProperties(conversion);

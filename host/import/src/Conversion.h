@@ -33,6 +33,10 @@ struct NamedTransform
 /// wrong pointers and lengths, is met.
 struct Conversion
 {
+    Conversion(Editor& editor, const aiScene& from, bool isFromGltf2) : edit(editor), scene(from), isGltf2(isFromGltf2)
+    {
+    }
+
     Editor& edit;
     const aiScene& scene;
     bool isGltf2; ///< whose reader hands on half the angle of a spot's cones, and one texture without its type
@@ -41,16 +45,17 @@ struct Conversion
     db2::Node* model = nullptr;
     std::unordered_map<std::string, NamedTransform> transforms; ///< by the names in the scene
     std::vector<Instance> instances;
-    std::vector<db2::Node*> images;    ///< by the scene's index; null where there was none
+    std::vector<db2::Node*> images;                             ///< by the scene's index; null where there was none
     std::unordered_map<std::string, unsigned int> imagesByName; ///< without folders; for textures that name a file
     std::vector<db2::Node*> materials;                          ///< by the scene's index, as the images
-    std::vector<db2::Node*> meshes;    ///< likewise
+    std::vector<db2::Node*> meshes;                             ///< likewise
+    std::unordered_map<std::string, std::vector<unsigned int>> meshesByName;
 };
 
 /// Makes nodes of a scene below @p parent.
 /// @return the model's node. Throws as Editor.
-db2::Node& convert(const aiScene& scene, const std::wstring& modelName, bool isGltf2, db2::Node& parent,
-                   Editor& edit, const std::function<void(float)>& onProgress);
+db2::Node& convert(const aiScene& scene, const std::wstring& modelName, bool isGltf2, db2::Node& parent, Editor& edit,
+                   const std::function<void(float)>& onProgress);
 
 // --- The steps, in order ---
 

@@ -1,8 +1,6 @@
 #include "Decomposition.h"
 
-#include <assimp/matrix3x3.h>
-#include <assimp/quaternion.h>
-#include <assimp/vector3.h>
+#include <assimp/types.h>
 
 #include <algorithm>
 #include <array>

@@ -2,6 +2,8 @@
 
 #include "Text.h"
 
+#include <kqx/Utf16.h>
+
 #include <algorithm>
 
 namespace db2import {
@@ -98,8 +100,7 @@ bool Editor::connect(db2::Node& referenced, unsigned int referencedElement, db2:
 {
     if (!canBeSavedInReference(referenced))
     {
-        notKept(referencer, L"the reference of " +
-                                std::wstring(attributeOf(referencer, referencerElement).getName()) +
+        notKept(referencer, L"the reference of " + std::wstring(attributeOf(referencer, referencerElement).getName()) +
                                 L" to a node that lies more than " + std::to_wstring(kDeepestReferenced) +
                                 L" levels deep");
         return false;

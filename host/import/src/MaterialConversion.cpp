@@ -47,15 +47,15 @@ Shading shadingOf(int model)
 {
     switch (model)
     {
-        case aiShadingMode_Unlit: return {L"unlit", true};
-        case aiShadingMode_Gouraud: return {L"lambert", true};
-        case aiShadingMode_Phong: return {L"phong", true};
-        case aiShadingMode_PBR_BRDF: return {L"physically based", true};
-        case aiShadingMode_Blinn:
-        case aiShadingMode_Toon: return {L"phong", false};
-        case aiShadingMode_CookTorrance:
-        case aiShadingMode_Fresnel: return {L"physically based", false};
-        default: return {L"lambert", false};
+    case aiShadingMode_Unlit: return {L"unlit", true};
+    case aiShadingMode_Gouraud: return {L"lambert", true};
+    case aiShadingMode_Phong: return {L"phong", true};
+    case aiShadingMode_PBR_BRDF: return {L"physically based", true};
+    case aiShadingMode_Blinn:
+    case aiShadingMode_Toon: return {L"phong", false};
+    case aiShadingMode_CookTorrance:
+    case aiShadingMode_Fresnel: return {L"physically based", false};
+    default: return {L"lambert", false};
     }
 }
 

@@ -90,7 +90,8 @@ private:
         {
             sizes.reserve(count);
             for (unsigned int i = 0; i < count; ++i)
-                sizes.push_back(mesh_.mFaces[i].mIndices != nullptr ? static_cast<int>(mesh_.mFaces[i].mNumIndices) : 0);
+                sizes.push_back(mesh_.mFaces[i].mIndices != nullptr ? static_cast<int>(mesh_.mFaces[i].mNumIndices)
+                                                                    : 0);
         }
         edit_.counts().faces += count;
         edit_.set(node_, mesh::kIndices, std::move(indices));
@@ -183,6 +184,7 @@ void convertMeshes(Conversion& conversion)
         db2::Node& node = conversion.edit.createNode(db2host::scene::kMesh, name, *folder);
         ++conversion.edit.counts().meshes;
         conversion.meshes[i] = &node;
+        conversion.meshesByName[std::string(bytesOf(scene.mMeshes[i]->mName))].push_back(i);
         MeshConversion(conversion, *scene.mMeshes[i], node).run();
     }
     connectInstances(conversion);

@@ -37,17 +37,16 @@ void keep(Editor& edit, const aiMetadataEntry& entry, const std::wstring& name, 
 {
     switch (entry.mType)
     {
-        case AI_BOOL: edit.addAttribute(node, name, read<unsigned char>(entry) != 0); break;
-        case AI_INT32: edit.addAttribute(node, name, int{read<std::int32_t>(entry)}); break;
-        case AI_UINT64: edit.addAttribute(node, name, valueOf(read<std::uint64_t>(entry))); break;
-        case AI_FLOAT: edit.addAttribute(node, name, read<float>(entry)); break;
-        case AI_DOUBLE: edit.addAttribute(node, name, read<double>(entry)); break;
-        case AI_AISTRING:
-            edit.addAttribute(node, name,
-                              stringOf(edit.text(bytesOf(*static_cast<const aiString*>(entry.mData)), node)));
-            break;
-        case AI_AIVECTOR3D: edit.addAttribute(node, name, vectorOf(read<aiVector3D>(entry))); break;
-        default: edit.notKept(node, L"the metadata \"" + name + L"\", of a type that nobody knows"); break;
+    case AI_BOOL: edit.addAttribute(node, name, read<unsigned char>(entry) != 0); break;
+    case AI_INT32: edit.addAttribute(node, name, int{read<std::int32_t>(entry)}); break;
+    case AI_UINT64: edit.addAttribute(node, name, valueOf(read<std::uint64_t>(entry))); break;
+    case AI_FLOAT: edit.addAttribute(node, name, read<float>(entry)); break;
+    case AI_DOUBLE: edit.addAttribute(node, name, read<double>(entry)); break;
+    case AI_AISTRING:
+        edit.addAttribute(node, name, stringOf(edit.text(bytesOf(*static_cast<const aiString*>(entry.mData)), node)));
+        break;
+    case AI_AIVECTOR3D: edit.addAttribute(node, name, vectorOf(read<aiVector3D>(entry))); break;
+    default: edit.notKept(node, L"the metadata \"" + name + L"\", of a type that nobody knows"); break;
     }
 }
 

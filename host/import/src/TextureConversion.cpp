@@ -59,11 +59,11 @@ const wchar_t* wrapOf(int mode)
 {
     switch (mode)
     {
-        case aiTextureMapMode_Wrap: return L"repeat";
-        case aiTextureMapMode_Clamp: return L"clamp";
-        case aiTextureMapMode_Mirror: return L"mirror";
-        case aiTextureMapMode_Decal: return L"border";
-        default: return nullptr;
+    case aiTextureMapMode_Wrap: return L"repeat";
+    case aiTextureMapMode_Clamp: return L"clamp";
+    case aiTextureMapMode_Mirror: return L"mirror";
+    case aiTextureMapMode_Decal: return L"border";
+    default: return nullptr;
     }
 }
 
@@ -82,12 +82,10 @@ const aiMaterialProperty* find(const Group& group, std::string_view key)
 
 bool haveSameProperties(const Group& a, const Group& b)
 {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](const aiMaterialProperty* x, const aiMaterialProperty* y)
-                      {
-                          return bytesOf(x->mKey) == bytesOf(y->mKey) && x->mType == y->mType &&
-                                 bytesOf(*x) == bytesOf(*y);
-                      });
+    return std::equal(
+        a.begin(), a.end(), b.begin(), b.end(), [](const aiMaterialProperty* x, const aiMaterialProperty* y) {
+            return bytesOf(x->mKey) == bytesOf(y->mKey) && x->mType == y->mType && bytesOf(*x) == bytesOf(*y);
+        });
 }
 
 /// The index of the image that a texture's file means; the number of images when it is none of them.

@@ -65,12 +65,12 @@ const wchar_t* kindOf(aiLightSourceType type)
 {
     switch (type)
     {
-        case aiLightSource_POINT: return L"point";
-        case aiLightSource_DIRECTIONAL: return L"directional";
-        case aiLightSource_SPOT: return L"spot";
-        case aiLightSource_AMBIENT: return L"ambient";
-        case aiLightSource_AREA: return L"area";
-        default: return nullptr;
+    case aiLightSource_POINT: return L"point";
+    case aiLightSource_DIRECTIONAL: return L"directional";
+    case aiLightSource_SPOT: return L"spot";
+    case aiLightSource_AMBIENT: return L"ambient";
+    case aiLightSource_AREA: return L"area";
+    default: return nullptr;
     }
 }
 

@@ -26,7 +26,7 @@ struct ImportOptions
 
     // --- Limits of that process; 0 is none ---
 
-    double secondsLimit = kDefaultSeconds;        ///< of time as a clock shows it
+    double secondsLimit = kDefaultSeconds;      ///< of time as a clock shows it
     std::uint64_t memoryLimit = kDefaultMemory; ///< bytes beyond what this process has; not under an address sanitizer
 };
 
