@@ -67,8 +67,8 @@ void convertAnimations(Conversion& conversion);
 
 // --- Parts of the steps ---
 
-void addCamera(Conversion& conversion, const aiCamera& camera, db2::Node& transform);
-void addLight(Conversion& conversion, const aiLight& light, db2::Node& transform);
+void addCamera(Conversion& conversion, const aiCamera& camera, const aiMatrix4x4& nodeMatrix, db2::Node& transform);
+void addLight(Conversion& conversion, const aiLight& light, const aiMatrix4x4& nodeMatrix, db2::Node& transform);
 void addBones(Conversion& conversion, const aiMesh& mesh, db2::Node& meshNode);
 void addMorphTargets(Conversion& conversion, const aiMesh& mesh, db2::Node& meshNode);
 void addTextures(Conversion& conversion, const aiMaterial& material, db2::Node& materialNode);

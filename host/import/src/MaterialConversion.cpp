@@ -211,9 +211,9 @@ void keepProperty(Editor& edit, const aiMaterialProperty& property, const std::s
         edit.addAttribute(node, attribute, doubles[0]);
     else if (!doubles.empty())
         edit.addAttribute(node, attribute, kqx::DoubleArray(doubles.begin(), doubles.end()));
-    else if (property.mType == aiPTI_Integer && ints.size() == 1)
+    else if (ints.size() == 1 && bytesOf(property).size() == sizeof(int))
         edit.addAttribute(node, attribute, ints[0]);
-    else if (property.mType == aiPTI_Integer && !ints.empty())
+    else if (ints.size() > 1)
         edit.addAttribute(node, attribute, kqx::IntArray(ints.begin(), ints.end()));
     else
         edit.addAttribute(node, attribute, bufferValueOf(property));

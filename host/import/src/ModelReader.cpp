@@ -100,10 +100,10 @@ struct ModelReader::Parts
 
 namespace {
 
-/// Where a reader would leave something out unless it is told not to.
+/// Where a reader would leave something out unless it is told not to. Not IMPORT_FBX_READ_ALL_MATERIALS, though: with it
+/// that reader refuses nearly every file.
 void keepEverything(Assimp::Importer& importer)
 {
-    importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_READ_ALL_MATERIALS, true);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_OPTIMIZE_EMPTY_ANIMATION_CURVES, false);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_REMOVE_EMPTY_BONES, false);
     importer.SetPropertyBool(AI_CONFIG_IMPORT_IFC_SKIP_SPACE_REPRESENTATIONS, false);

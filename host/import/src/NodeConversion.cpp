@@ -87,7 +87,7 @@ private:
         enter(name, node, made);
         place(node, made);
         addInstances(node, made);
-        addViews(name, made);
+        addViews(name, node, made);
         if (node.mMetaData != nullptr)
             addMetadata(edit_, *node.mMetaData, made);
         return made;
@@ -130,12 +130,12 @@ private:
         }
     }
 
-    void addViews(const std::string& name, db2::Node& made)
+    void addViews(const std::string& name, const aiNode& node, db2::Node& made)
     {
         for (const unsigned int index : take(cameras_, name))
-            addCamera(conversion_, *conversion_.scene.mCameras[index], made);
+            addCamera(conversion_, *conversion_.scene.mCameras[index], node.mTransformation, made);
         for (const unsigned int index : take(lights_, name))
-            addLight(conversion_, *conversion_.scene.mLights[index], made);
+            addLight(conversion_, *conversion_.scene.mLights[index], node.mTransformation, made);
     }
 
     /// Cameras and lights whose name no node has, in the scene's order.
@@ -154,7 +154,7 @@ private:
     void addLost(const Thing& thing, db2::Node& root, Add add, const wchar_t* what)
     {
         edit_.changed(root, what + edit_.text(bytesOf(thing.mName), root) + L"\" has no node and stands here");
-        add(conversion_, thing, root);
+        add(conversion_, thing, aiMatrix4x4(), root);
     }
 
     Conversion& conversion_;

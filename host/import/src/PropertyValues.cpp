@@ -28,9 +28,12 @@ std::vector<int> intsOf(const aiMaterialProperty& property)
 {
     if (property.mType == aiPTI_Integer)
         return numbersOf<int>(property);
-    if (property.mType == aiPTI_Buffer && bytesOf(property).size() == 1) // a bool
-        return {property.mData[0] != 0 ? 1 : 0};
-    return {};
+    if (property.mType != aiPTI_Buffer)
+        return {};
+    // A single bool, or a single enumerator.
+    if (bytesOf(property).size() == 1)
+        return {static_cast<unsigned char>(property.mData[0])};
+    return bytesOf(property).size() == sizeof(int) ? numbersOf<int>(property) : std::vector<int>();
 }
 
 std::vector<float> floatsOf(const aiMaterialProperty& property)

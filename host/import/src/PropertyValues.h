@@ -8,8 +8,8 @@
 
 namespace db2import {
 
-/// What a property of a material holds. Readers store one and the same property as different types, and a bool as one
-/// byte; lengths are checked, since readers fill them in from files.
+/// What a property of a material holds. Readers store a bool and an enumerator as a buffer of one or four bytes; lengths
+/// are checked, since readers fill them in from files.
 
 [[nodiscard]] std::vector<int> intsOf(const aiMaterialProperty& property);       ///< empty when it has none
 [[nodiscard]] std::vector<float> floatsOf(const aiMaterialProperty& property);   ///< likewise; of floats only

@@ -35,26 +35,38 @@ aiMatrix4x4 matrixOf(const View& view)
             right.z, up.z, back.z, view.position.z, 0,       0,    0,      1};
 }
 
+bool isAhead(const View& view)
+{
+    return view.position == aiVector3D() && view.direction == kAhead && view.up == kUp;
+}
+
+/// What a view comes to. Readers are to say where it is in the space of its node; some repeat the node's own place.
+View inNodeSpace(const View& view, const aiMatrix4x4& node)
+{
+    const bool isRepeated = view.position == aiVector3D(node.a4, node.b4, node.c4);
+    return {isRepeated ? aiVector3D() : view.position, view.direction, view.up};
+}
+
 /// The node below which a view stands: its Transform when it looks from there as all do, else one in between.
 db2::Node& placeOf(Editor& edit, const View& view, const std::wstring& name, db2::Node& transform)
 {
-    if (view.position == aiVector3D() && view.direction == kAhead && view.up == kUp)
+    if (isAhead(view))
         return transform;
     namespace element = db2host::scene::transform;
     db2::Node& between = edit.createNode(db2host::scene::kTransform, name, transform);
     ++edit.counts().transforms;
     if (transform.getTypeId() == db2host::scene::kTransform)
         edit.connect(transform, element::kWorld, between, element::kParentWorld);
-    const Decomposition parts = decompose(matrixOf(view));
     edit.set(between, element::kTranslation, vectorOf(view.position));
-    edit.set(between, element::kRotation, parts.rotation);
+    if (view.direction != kAhead || view.up != kUp)
+        edit.set(between, element::kRotation, decompose(matrixOf(view)).rotation);
     return between;
 }
 
-/// Keeps the vectors themselves, of which the Transform in between has only what they come to.
-void keepView(Editor& edit, const View& view, const wchar_t* direction, const db2::Node& transform, db2::Node& node)
+/// Keeps the vectors as the reader gave them; a Transform has only what they come to.
+void keepView(Editor& edit, const View& view, const wchar_t* direction, db2::Node& node)
 {
-    if (node.getParent() == &transform)
+    if (isAhead(view))
         return;
     edit.addAttribute(node, L"position", vectorOf(view.position));
     edit.addAttribute(node, direction, vectorOf(view.direction));
@@ -84,29 +96,30 @@ View viewOf(const aiLight& from)
 
 } // namespace
 
-void addCamera(Conversion& conversion, const aiCamera& from, db2::Node& transform)
+void addCamera(Conversion& conversion, const aiCamera& from, const aiMatrix4x4& nodeMatrix, db2::Node& transform)
 {
     Editor& edit = conversion.edit;
     const std::wstring name = edit.name(bytesOf(from.mName), transform);
     const View view = {from.mPosition, from.mLookAt, from.mUp};
-    db2::Node& place = placeOf(edit, view, name, transform);
+    db2::Node& place = placeOf(edit, inNodeSpace(view, nodeMatrix), name, transform);
     db2::Node& node = edit.createNode(db2host::scene::kCamera, name, place);
     ++edit.counts().cameras;
     edit.choose(node, camera::kProjection, from.mOrthographicWidth != 0 ? L"orthographic" : L"perspective");
     edit.set(node, camera::kFieldOfView, from.mHorizontalFOV);
     edit.set(node, camera::kAspectRatio, from.mAspect);
-    edit.set(node, camera::kOrthographicWidth, 2 * from.mOrthographicWidth); // from the middle to one side
+    if (from.mOrthographicWidth != 0)
+        edit.set(node, camera::kOrthographicWidth, 2 * from.mOrthographicWidth); // from the middle to one side
     edit.set(node, camera::kNearPlane, from.mClipPlaneNear);
     edit.set(node, camera::kFarPlane, from.mClipPlaneFar);
-    keepView(edit, view, L"lookAt", transform, node);
+    keepView(edit, view, L"lookAt", node);
 }
 
-void addLight(Conversion& conversion, const aiLight& from, db2::Node& transform)
+void addLight(Conversion& conversion, const aiLight& from, const aiMatrix4x4& nodeMatrix, db2::Node& transform)
 {
     Editor& edit = conversion.edit;
     const std::wstring name = edit.name(bytesOf(from.mName), transform);
     const View view = viewOf(from);
-    db2::Node& place = placeOf(edit, view, name, transform);
+    db2::Node& place = placeOf(edit, inNodeSpace(view, nodeMatrix), name, transform);
     db2::Node& node = edit.createNode(db2host::scene::kLight, name, place);
     ++edit.counts().lights;
     const wchar_t* const kind = kindOf(from.mType);
@@ -122,7 +135,7 @@ void addLight(Conversion& conversion, const aiLight& from, db2::Node& transform)
     edit.set(node, light::kInnerCone, factor * from.mAngleInnerCone);
     edit.set(node, light::kOuterCone, factor * from.mAngleOuterCone);
     edit.set(node, light::kAreaSize, kqx::Vector3(from.mSize.x, from.mSize.y, 0));
-    keepView(edit, view, L"direction", transform, node);
+    keepView(edit, view, L"direction", node);
 }
 
 } // namespace db2import
