@@ -73,6 +73,12 @@ std::wstring systemError(const wchar_t* step)
 
 // --- In the child ---
 
+#if defined(KQDB_ADDRESS_SANITIZER) // which reserves more address space than any limit leaves
+
+void limitMemory(std::uint64_t) {}
+
+#else
+
 /// The address space that the process has now; 0 when the system does not say.
 std::uint64_t addressSpaceInUse()
 {
@@ -85,9 +91,8 @@ std::uint64_t addressSpaceInUse()
     return isRead ? pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE)) : 0;
 }
 
-void limitMemory([[maybe_unused]] std::uint64_t bytes)
+void limitMemory(std::uint64_t bytes)
 {
-#if !defined(KQDB_ADDRESS_SANITIZER) // which reserves more address space than any limit leaves
     const std::uint64_t inUse = addressSpaceInUse();
     if (bytes == 0 || inUse == 0)
         return;
@@ -95,8 +100,9 @@ void limitMemory([[maybe_unused]] std::uint64_t bytes)
     getrlimit(RLIMIT_AS, &limit);
     limit.rlim_cur = static_cast<rlim_t>(std::min<std::uint64_t>(inUse + bytes, limit.rlim_max));
     setrlimit(RLIMIT_AS, &limit);
-#endif
 }
+
+#endif
 
 void prepareChild(const ProcessLimits& limits)
 {

@@ -122,8 +122,7 @@ void readAndSend(const std::filesystem::path& file, const db2::NodeRegistry& reg
     }
     catch (const std::bad_alloc&)
     {
-        sender.send(kError,
-                    bytesOf(std::wstring(L"the model needs more memory than there is or than the limit allows")));
+        sender.send(kError, bytesOf(std::wstring(kNoMemory)));
     }
     sendReport(sender, report);
 }
@@ -169,7 +168,7 @@ private:
         const auto count = static_cast<std::uint32_t>(bytes.size()); // a message's size has 32 bits
         if (!document_.ensureSpace(count))
         {
-            report_.error = L"the model is too large, or memory is out";
+            report_.error = kNoMemory;
             return false;
         }
         std::memcpy(document_.getInsertionPoint(), bytes.data(), count);

@@ -149,7 +149,7 @@ ImportReport importModel(const std::filesystem::path& file, db2::DataInterface& 
     }
     catch (const std::bad_alloc&)
     {
-        report.error = L"memory is out";
+        report.error = kNoMemory;
     }
     if (!report.isImported() && report.error.empty())
         report.error = L"the reader gave no reason";

@@ -14,6 +14,7 @@
 #include <assimp/scene.h>
 
 #include <algorithm>
+#include <new>
 #include <string_view>
 #include <unordered_set>
 
@@ -132,9 +133,10 @@ const aiScene& ModelReader::read(const std::filesystem::path& file)
     const aiScene* const scene = parts_->importer.ReadFile(file.string(), 0);
     if (parts_->progress->isEnded())
         throw ImportFailure{L"ended before it was complete"};
-    if (scene == nullptr)
-        throw ImportFailure{wideOf(parts_->importer.GetErrorString())};
-    return *scene;
+    if (scene != nullptr)
+        return *scene;
+    const std::string error = parts_->importer.GetErrorString();
+    throw ImportFailure{error == std::bad_alloc().what() ? kNoMemory : wideOf(error)};
 }
 
 std::wstring ModelReader::format() const
