@@ -288,10 +288,11 @@ TEST(ImportProcessTest, MemoryBeyondTheLimitIsRefused)
 TEST_F(ImportErrorsTest, AModelThatNeedsTooMuchMemoryIsRefused)
 {
     options.memoryLimit = 16 << 20;
-    std::string vertices = "OFF\n400000 0 0\n";
-    for (int i = 0; i < 400000; ++i)
-        vertices += "0.1 0.2 0.3\n";
-    EXPECT_TRUE(contains(refusedText("large.off", vertices), L"more memory than there is"));
+    std::string model = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
+    for (int i = 0; i < 200000; ++i)
+        model += "f 1 2 3\n";
+    const std::wstring error = refusedText("large.obj", model);
+    EXPECT_TRUE(contains(error, L"more memory than there is")) << error.c_str();
 }
 #endif
 
