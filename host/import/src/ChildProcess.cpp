@@ -14,6 +14,11 @@ bool canRunInChild()
     return false;
 }
 
+bool canLimitMemory()
+{
+    return false;
+}
+
 std::wstring runInChild(const std::function<void(MessageSender&)>&,
                         const std::function<bool(std::uint32_t, std::string_view)>&, const ProcessLimits&)
 {
@@ -73,11 +78,11 @@ std::wstring systemError(const wchar_t* step)
 
 // --- In the child ---
 
-#if defined(KQDB_ADDRESS_SANITIZER) // which reserves more address space than any limit leaves
-
-void limitMemory(std::uint64_t) {}
-
+#if defined(KQDB_ADDRESS_SANITIZER)
+constexpr bool kLimitsMemory = false; // it reserves more address space than any limit leaves
 #else
+constexpr bool kLimitsMemory = true;
+#endif
 
 /// The address space that the process has now; 0 when the system does not say.
 std::uint64_t addressSpaceInUse()
@@ -93,16 +98,14 @@ std::uint64_t addressSpaceInUse()
 
 void limitMemory(std::uint64_t bytes)
 {
-    const std::uint64_t inUse = addressSpaceInUse();
-    if (bytes == 0 || inUse == 0)
+    if (bytes == 0 || !canLimitMemory())
         return;
+    const std::uint64_t inUse = addressSpaceInUse();
     rlimit limit = {};
     getrlimit(RLIMIT_AS, &limit);
     limit.rlim_cur = static_cast<rlim_t>(std::min<std::uint64_t>(inUse + bytes, limit.rlim_max));
     setrlimit(RLIMIT_AS, &limit);
 }
-
-#endif
 
 void prepareChild(const ProcessLimits& limits)
 {
@@ -289,6 +292,11 @@ bool MessageSender::write(const void* bytes, std::size_t count)
 bool canRunInChild()
 {
     return true;
+}
+
+bool canLimitMemory()
+{
+    return kLimitsMemory && addressSpaceInUse() > 0;
 }
 
 std::wstring runInChild(const std::function<void(MessageSender&)>& work,

@@ -31,6 +31,9 @@ struct ProcessLimits
 /// Whether there are child processes here.
 [[nodiscard]] bool canRunInChild();
 
+/// Whether the limit of memory holds: not under an address sanitizer, and where the system does not tell what is in use.
+[[nodiscard]] bool canLimitMemory();
+
 /// Runs @p work in a fork of this process, which has everything as it is here and changes nothing of it, and hands each
 /// message of it to @p receive. What the child prints goes nowhere. When @p work returns the child ends at once: it frees
 /// and flushes nothing.
