@@ -133,6 +133,7 @@ TEST_F(ImportNodesTest, ADeepTreeIsNoTrouble)
     const std::size_t unconnected = report.remarks.size();
     EXPECT_GT(unconnected, kDepth - 512);
     EXPECT_EQ(report.remarks[0].kind, ImportRemark::Kind::kNotKept) << "deeper references cannot be saved";
+    EXPECT_EQ(report.remarks.back().place.substr(0, 4), L"...|") << "no path is that long";
     EXPECT_TRUE(session.saveAs(folder.file("deep.json")));
 }
 

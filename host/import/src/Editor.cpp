@@ -151,12 +151,16 @@ void Editor::check(db2::Status status, const wchar_t* edit, const db2::Node* nod
 
 std::wstring Editor::pathOf(const db2::Node& node) const
 {
-    if (model_ == nullptr || &node == model_ || !node.isDescendantOf(model_))
+    // Not further than a path can be: every node of a deep tree may have a remark.
+    const db2::Node* above = &node;
+    for (unsigned int names = 0; above != nullptr && above != model_ && names < kDeepestReferenced; ++names)
+        above = above->getParent();
+    if (above == nullptr || &node == model_)
         return {};
     kqx::String path;
-    if (db2::dbu_nodeToPath(model_, &node, &path) != db2::Status::kSuccess)
-        return L"..." + std::wstring(node.getName().c_str()); // too deep for a path
-    return path.c_str();
+    if (above != model_ || db2::dbu_nodeToPath(model_, &node, &path) != db2::Status::kSuccess)
+        return L"...|" + std::wstring(node.getName());
+    return std::wstring(path);
 }
 
 db2::Attribute& Editor::attributeOf(db2::Node& node, unsigned int element) const
