@@ -211,6 +211,12 @@ TEST_F(ImportFormatsTest, AModelBelowATransformMovesWithIt)
     EXPECT_EQ(targetOf(root, scene::transform::kParentWorld), stage);
 }
 
+TEST_F(ImportFormatsTest, FileNamesMayBeInAnyScript)
+{
+    const ImportReport report = importText("\u043c\u043e\u0434\u0435\u043b\u044c \u65b0.obj", kObj);
+    EXPECT_EQ(report.model->getName(), L"\u043c\u043e\u0434\u0435\u043b\u044c \u65b0");
+}
+
 TEST_F(ImportFormatsTest, InThisProcessTheResultIsTheSame)
 {
     folder.write("house.mtl", kMtl);

@@ -3,6 +3,7 @@
 #include "Conversion.h"
 #include "Handover.h"
 #include "ModelReader.h"
+#include "Text.h"
 
 #include <db2json/JsonLoader.h>
 
@@ -55,16 +56,10 @@ unsigned int depthOf(const db2::Node& node)
     return depth;
 }
 
+/// Not the path's own conversion, which depends on the locale.
 std::wstring nameOf(const std::filesystem::path& file)
 {
-    try
-    {
-        return file.stem().wstring();
-    }
-    catch (const std::exception&) // a name that is not in the system's encoding
-    {
-        return L"Model";
-    }
+    return wideOf(bytesOf(file.stem()));
 }
 
 db2::Node& load(const db2::MemoryBlock& document, db2::DataInterface& data, db2::CoreManager& core, db2::Node& parent,

@@ -130,7 +130,7 @@ ModelReader::~ModelReader() = default;
 const aiScene& ModelReader::read(const std::filesystem::path& file)
 {
     // No flags: each of them is a step that changes or leaves out something, or refuses what the conversion takes.
-    const aiScene* const scene = parts_->importer.ReadFile(file.string(), 0);
+    const aiScene* const scene = parts_->importer.ReadFile(bytesOf(file), 0);
     if (parts_->progress->isEnded())
         throw ImportFailure{L"ended before it was complete"};
     if (scene != nullptr)

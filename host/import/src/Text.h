@@ -2,6 +2,7 @@
 
 #include <kqx/String.h>
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -21,6 +22,13 @@ struct Text
 [[nodiscard]] inline std::wstring wideOf(std::string_view bytes)
 {
     return textOf(bytes).wide;
+}
+
+/// A path as the reader takes it: UTF-8, or on systems whose names are bytes, those.
+[[nodiscard]] inline std::string bytesOf(const std::filesystem::path& path)
+{
+    const std::u8string bytes = path.u8string();
+    return {bytes.begin(), bytes.end()};
 }
 
 [[nodiscard]] inline kqx::String stringOf(std::wstring_view text)
