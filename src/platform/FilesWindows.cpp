@@ -57,7 +57,7 @@ std::shared_ptr<FileContent> FileContent::open(const wchar_t* path)
     const DWORD size = GetFileSize(file, &high);
     const bool isTooLarge = high != 0 || (size == INVALID_FILE_SIZE && GetLastError() == NO_ERROR);
     if (isTooLarge)
-        SetLastError(ERROR_FILE_TOO_LARGE);
+        SetLastError(ERROR_NOT_SUPPORTED); // ERROR_FILE_TOO_LARGE says more, but not every system has a text for it
     if (size == INVALID_FILE_SIZE || isTooLarge)
     {
         logLastWindowsError(L"Reading file '%s', GetFileSize() in FileInputStream", path);

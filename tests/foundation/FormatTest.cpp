@@ -354,9 +354,13 @@ TEST(FormatTest, RandomNumbersAgreeWithTheCLibrary)
         const std::uint64_t bits = random.bits() >> random.below(64);
         if (random.chance(1, 2))
         {
+            const char conversion = "diuxXo"[random.below(6)];
             text += "ll";
-            text += "diuxXo"[random.below(6)];
+            text += conversion;
             const std::wstring wide(text.begin(), text.end());
+            const bool isSigned = conversion == 'd' || conversion == 'i';
+            if (!isSigned) // a sign's flags say nothing then, but one C library puts the blank in all the same
+                std::erase_if(text, [](char c) { return c == '+' || c == ' '; });
             const long long number = static_cast<long long>(random.chance(1, 2) ? bits : 0 - bits);
             ASSERT_EQ(format(wide.c_str(), number), expected(text.c_str(), number)) << text << " of " << number;
             continue;

@@ -19,7 +19,8 @@ bool isTooLong(const wchar_t* name)
     const std::wstring_view text = name;
     std::size_t units = text.size();
     if constexpr (sizeof(wchar_t) > 2)
-        units += static_cast<std::size_t>(std::ranges::count_if(text, [](wchar_t c) { return c > 0xFFFF; }));
+        units += static_cast<std::size_t>(
+            std::ranges::count_if(text, [](wchar_t c) { return static_cast<char32_t>(c) >> 16 != 0; }));
     return units > kLongestElementName;
 }
 
