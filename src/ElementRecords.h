@@ -66,9 +66,11 @@ struct NodeExtras
 };
 
 #if UINTPTR_MAX == 0xFFFFFFFFu
-static_assert(sizeof(Node) == 60 && sizeof(Attribute) == 12 && sizeof(AttributeArray) == 36);
+static_assert(sizeof(Node) == 60 && sizeof(Attribute) == 12 && sizeof(AttributeArray) == 36 &&
+              sizeof(ReferenceLinks) == 20);
 #else
-static_assert(sizeof(Node) == 104 && sizeof(Attribute) == 16 && sizeof(AttributeArray) == 56);
+static_assert(sizeof(Node) == 104 && sizeof(Attribute) == 16 && sizeof(AttributeArray) == 56 &&
+              sizeof(ReferenceLinks) == 40);
 #endif
 
 } // namespace db2
