@@ -52,3 +52,17 @@ install(FILES
     ${PROJECT_BINARY_DIR}/KQDatabase2Config.cmake
     ${PROJECT_BINARY_DIR}/KQDatabase2ConfigVersion.cmake
     DESTINATION ${package_folder} COMPONENT development)
+
+# On Windows what the libraries run on comes along, with its licences.
+if(KQDB_RUNTIME_DLLS)
+    install(PROGRAMS ${KQDB_RUNTIME_DLLS} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+    foreach(file IN LISTS KQDB_RUNTIME_LICENSES)
+        get_filename_component(package ${file} DIRECTORY)
+        get_filename_component(package ${package} NAME)
+        get_filename_component(name ${file} NAME)
+        install(FILES ${file} DESTINATION licenses COMPONENT runtime RENAME ${package}-${name}.txt)
+    endforeach()
+endif()
+if(WIN32)
+    install(FILES LICENSE DESTINATION licenses COMPONENT runtime RENAME kqdatabase2.txt)
+endif()

@@ -1,13 +1,22 @@
-# What CPack makes: Debian packages, one for each component that is installed.
+# What CPack makes: Debian packages, one for each component that is installed; for Windows a zip of everything.
 
-set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME kqdatabase2)
 set(CPACK_PACKAGE_VENDOR "KQDatabase2 contributors")
 set(CPACK_PACKAGE_CONTACT "KQDatabase2 contributors")
 set(CPACK_PACKAGE_CHECKSUM SHA256)
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
+
+if(WIN32)
+    math(EXPR bits "8 * ${CMAKE_SIZEOF_VOID_P}")
+    set(CPACK_GENERATOR ZIP)
+    set(CPACK_PACKAGE_FILE_NAME ${CPACK_PACKAGE_NAME}-${PROJECT_VERSION}-win${bits})
+    include(CPack)
+    return()
+endif()
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)

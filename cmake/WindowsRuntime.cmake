@@ -22,5 +22,12 @@ if(MINGW)
         get_filename_component(path ${path} REALPATH)
         list(APPEND KQDB_RUNTIME_DLLS ${path})
     endforeach()
+    # GCC's runtime is under the GPL with the exception for programs that are compiled by it, winpthreads under the MIT and
+    # BSD licences. Where Debian's packages put the texts:
+    string(REPLACE _ - processor ${CMAKE_SYSTEM_PROCESSOR})
+    set(KQDB_RUNTIME_LICENSES
+        /usr/share/doc/gcc-mingw-w64-base/copyright /usr/share/doc/mingw-w64-${processor}-dev/copyright
+        /usr/share/common-licenses/GPL-3
+        CACHE STRING "The licences of the compiler's runtime libraries, which are installed with them")
     file(COPY ${KQDB_RUNTIME_DLLS} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
 endif()

@@ -9,7 +9,7 @@ set(CMAKE_C_COMPILER ${mingw_triple}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${mingw_triple}-g++-posix)
 set(CMAKE_RC_COMPILER ${mingw_triple}-windres)
 
-set(CMAKE_FIND_ROOT_PATH /usr/${mingw_triple})
+list(APPEND CMAKE_FIND_ROOT_PATH /usr/${mingw_triple}) # behind those that are given
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER) # programs run on the machine that builds
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
