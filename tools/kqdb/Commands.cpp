@@ -23,6 +23,7 @@ std::unique_ptr<Command> makeExtractCommand();
 std::unique_ptr<Command> makeGraphCommand();
 std::unique_ptr<Command> makeStatsCommand();
 std::unique_ptr<Command> makeBenchCommand();
+std::unique_ptr<Command> makeShellCommand();
 std::unique_ptr<Command> makeGenerateCommand();
 #if defined(KQDB_HAS_IMPORT)
 std::unique_ptr<Command> makeImportCommand();
@@ -51,6 +52,7 @@ constexpr std::array kCommands = {
     CommandEntry{"graph", "Draw references or computed attributes as a graph", makeGraphCommand},
     CommandEntry{"stats", "Count nodes and values, with the memory that they take", makeStatsCommand},
     CommandEntry{"bench", "Time loading, editing, undoing and saving", makeBenchCommand},
+    CommandEntry{"shell", "Edit a document command by command, with undo", makeShellCommand},
     CommandEntry{"generate", "Print the manual page or a shell's completion", makeGenerateCommand},
 };
 
