@@ -24,6 +24,7 @@ std::unique_ptr<Command> makeGraphCommand();
 std::unique_ptr<Command> makeStatsCommand();
 std::unique_ptr<Command> makeBenchCommand();
 std::unique_ptr<Command> makeShellCommand();
+std::unique_ptr<Command> makeDemoCommand();
 std::unique_ptr<Command> makeGenerateCommand();
 #if defined(KQDB_HAS_IMPORT)
 std::unique_ptr<Command> makeImportCommand();
@@ -53,6 +54,7 @@ constexpr std::array kCommands = {
     CommandEntry{"stats", "Count nodes and values, with the memory that they take", makeStatsCommand},
     CommandEntry{"bench", "Time loading, editing, undoing and saving", makeBenchCommand},
     CommandEntry{"shell", "Edit a document command by command, with undo", makeShellCommand},
+    CommandEntry{"demo", "Show what the database does, on a model of yours", makeDemoCommand},
     CommandEntry{"generate", "Print the manual page or a shell's completion", makeGenerateCommand},
 };
 
