@@ -159,6 +159,8 @@ class Tree:
         children.insert(self.rng.randint(0, len(children)), entry)
 
     def edit(self):
+        if not self.children:  # all of it was removed
+            return self.add()
         children, (name, node) = self.rng.choice(self.nodes())
         kind = self.rng.randrange(5)
         if kind == 0:
@@ -171,6 +173,7 @@ class Tree:
             self.rng.shuffle(children)
         else:
             self.add()
+        return None
 
     def document(self):
         def walk(children, depth):
