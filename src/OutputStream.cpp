@@ -178,12 +178,14 @@ class ReplacementFile
 {
 public:
     /// Throws std::bad_alloc.
-    ReplacementFile(const wchar_t* path, bool asText) : target_(followLinks(path)), file_(create(asText))
+    ReplacementFile(const wchar_t* path, bool asText)
+        : target_(followLinks(path)), isReplaceable_(isReplaceable(target_.c_str())),
+          file_(isReplaceable_ ? create(asText) : nullptr)
     {
         if (file_.isOK())
             copyPermissions(target_.c_str(), file_.get());
         else
-            logFailure(L"creating a temporary file");
+            logFailure(isReplaceable_ ? L"creating a temporary file" : L"replacing what is no file");
     }
     ReplacementFile(const ReplacementFile&) = delete;
     ReplacementFile& operator=(const ReplacementFile&) = delete;
@@ -252,6 +254,7 @@ private:
     }
 
     kqx::String target_;
+    bool isReplaceable_;
     kqx::String temporary_; ///< empty when there is none, or none any more
     OutputFile file_;
 };

@@ -10,6 +10,10 @@
 #include <optional>
 #include <string>
 
+#if !defined(_WIN32)
+#include <sys/stat.h> // mkfifo
+#endif
+
 namespace {
 
 using namespace db2;
@@ -333,6 +337,22 @@ TEST(AtomicFileOutputStreamTest, FolderInTheWayFailsAtTheCommitAndNothingIsLeft)
 }
 
 #if !defined(_WIN32)
+TEST(AtomicFileOutputStreamTest, APipeIsNotReplaced)
+{
+    LogRecorder log;
+    const TemporaryFolder folder;
+    ASSERT_EQ(mkfifo(folder.file("pipe").c_str(), 0600), 0);
+    AtomicFileOutputStream stream(folder.widePath(L"pipe").c_str(), FileOpenMode::kBinary, kUtf8);
+    EXPECT_FALSE(stream.isOK());
+    EXPECT_FALSE(stream.write("new"));
+    EXPECT_FALSE(stream.commit());
+    const auto lines = log.take();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_NE(lines[0].text.find(L"', replacing what is no file in AtomicFileOutputStream failed"), std::wstring::npos);
+    EXPECT_TRUE(std::filesystem::is_fifo(folder.file("pipe")));
+    EXPECT_EQ(folder.count(), 1u);
+}
+
 TEST(AtomicFileOutputStreamTest, SymbolicLinksAndPermissionsStay)
 {
     namespace fs = std::filesystem;

@@ -91,7 +91,7 @@ private:
 /// Writes a file that replaces another only when it is complete: into a temporary file in the same folder, which
 /// commit() flushes to disk and renames. A crash, a full disk or a missing commit leaves the old file as it was.
 /// A symbolic link keeps leading to its file, and the old file's permissions pass to the new one where the platform
-/// has them. What failed is logged as an error, with the path and the system's text.
+/// has them. A device or a pipe is not replaced: the stream is not OK then. What failed is logged as an error, with the path and the system's text.
 class DB2_API AtomicFileOutputStream : public OutputStream
 {
 public:

@@ -61,6 +61,10 @@ enum class Creation
 /// True when the last failure of openForWriting() was that a file is there already.
 [[nodiscard]] bool lastErrorIsFileExists();
 
+/// False, with the system's last error set, when a device, a pipe or the like stands there: renaming a file over it would
+/// put the file in its place.
+[[nodiscard]] bool isReplaceable(const wchar_t* path);
+
 /// Makes the system write the file's content to the disk. @return false, with the last error set, on failure.
 [[nodiscard]] bool flushToDisk(std::FILE* file);
 

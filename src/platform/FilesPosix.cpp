@@ -224,6 +224,18 @@ bool lastErrorIsFileExists()
     return errno == EEXIST;
 }
 
+bool isReplaceable(const wchar_t* path)
+{
+    std::string bytes;
+    struct stat status = {};
+    if (!makeSystemPath(path, bytes))
+        return false;
+    if (::stat(bytes.c_str(), &status) != 0 || S_ISREG(status.st_mode) || S_ISDIR(status.st_mode))
+        return true; // what is wrong with a folder, or a path that leads nowhere, the next step says better
+    errno = EINVAL;
+    return false;
+}
+
 bool flushToDisk(std::FILE* file)
 {
     return std::fflush(file) == 0 && ::fsync(::fileno(file)) == 0;

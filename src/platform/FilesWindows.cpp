@@ -133,6 +133,20 @@ bool lastErrorIsFileExists()
     return GetLastError() == ERROR_FILE_EXISTS;
 }
 
+bool isReplaceable(const wchar_t* path)
+{
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE file =
+        CreateFileW(orEmpty(path), 0, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return true; // what is wrong with a folder, or a path that leads nowhere, the next step says better
+    const bool isOnDisk = GetFileType(file) == FILE_TYPE_DISK;
+    CloseHandle(file);
+    if (!isOnDisk)
+        SetLastError(ERROR_INVALID_PARAMETER);
+    return isOnDisk;
+}
+
 bool flushToDisk(std::FILE* file)
 {
     SetLastError(NO_ERROR);
