@@ -53,16 +53,20 @@ install(FILES
     ${PROJECT_BINARY_DIR}/KQDatabase2ConfigVersion.cmake
     DESTINATION ${package_folder} COMPONENT development)
 
-# On Windows what the libraries run on comes along, with its licences.
-if(KQDB_RUNTIME_DLLS)
-    install(PROGRAMS ${KQDB_RUNTIME_DLLS} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
-    foreach(file IN LISTS KQDB_RUNTIME_LICENSES)
+# On Windows what the libraries run on comes along, with the licences of all that is in the package.
+if(WIN32)
+    set(licenses ${KQDB_RUNTIME_LICENSES})
+    if(KQDB_BUILD_JSON)
+        set(KQDB_RAPIDJSON_LICENSE /usr/share/doc/rapidjson-dev/copyright
+            CACHE FILEPATH "The licence of RapidJSON, which is installed with the JSON format")
+        list(APPEND licenses ${KQDB_RAPIDJSON_LICENSE})
+    endif()
+    foreach(file IN LISTS licenses)
         get_filename_component(package ${file} DIRECTORY)
         get_filename_component(package ${package} NAME)
         get_filename_component(name ${file} NAME)
         install(FILES ${file} DESTINATION licenses COMPONENT runtime RENAME ${package}-${name}.txt)
     endforeach()
-endif()
-if(WIN32)
     install(FILES LICENSE DESTINATION licenses COMPONENT runtime RENAME kqdatabase2.txt)
+    install(PROGRAMS ${KQDB_RUNTIME_DLLS} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 endif()
