@@ -33,7 +33,7 @@ std::size_t countLines(const char* begin, const char* end)
         std::memcpy(&bytes, begin, sizeof bytes);
         bytes ^= std::uint64_t{'\n'} * kOnes; // a line feed is now 0
         const std::uint64_t zeros = ~(((bytes & kLowBits) + kLowBits) | bytes | kLowBits) >> 7;
-        count += (zeros * kOnes) >> 56;
+        count += static_cast<std::size_t>((zeros * kOnes) >> 56);
     }
     return count + static_cast<std::size_t>(std::count(begin, end, '\n'));
 }
