@@ -403,19 +403,33 @@ class Terminal(ShellTest):
         # Without the commands to the terminal, which move the cursor and erase.
         self.screen += re.sub(r"\x1b\[[0-9;?]*[A-Za-z]", "", data.decode("utf-8", "replace"))
 
-    def wait_for(self, text):
+    def wait_until(self, is_there, what):
         end = time.monotonic() + 60
-        while text not in self.screen:
-            self.assertLess(time.monotonic(), end, f"waited for {text!r}, saw {self.screen!r}")
+        while not is_there():
+            self.assertLess(time.monotonic(), end, f"waited for {what!r}, saw {self.screen!r}")
             self.read_some()
 
-    def type(self, text, expected):
+    def wait_for(self, text):
+        self.wait_until(lambda: text in self.screen, text)
+
+    def type(self, text, expected, has_prompt=True):
+        """Types and waits for a text and the next prompt: what is typed before a prompt may get lost."""
         self.screen = ""
         os.write(self.terminal, text.encode("utf-8"))
         self.wait_for(expected)
+        if has_prompt:
+            self.wait_until(lambda: self.screen.rstrip("\r").endswith("> "), "a prompt")
 
     def exit_code(self):
-        return os.waitstatus_to_exitcode(os.waitpid(self.pid, 0)[1])
+        status = []
+
+        def has_ended():
+            pid, value = os.waitpid(self.pid, os.WNOHANG)
+            status.append(value)
+            return pid != 0
+
+        self.wait_until(has_ended, "the end")
+        return os.waitstatus_to_exitcode(status[-1])
 
     def test_goes_on_after_an_error_and_warns_of_unsaved_changes(self):
         self.type("get |nobody.x\n", "error: |nobody.x: the path leads nowhere")
@@ -445,7 +459,10 @@ class Terminal(ShellTest):
         self.type("open other.json\n", "other.json> ")
 
     def test_line_editor(self):
-        self.type("\t\t", "commit-transient")  # lists the commands
+        os.write(self.terminal, b"\t\t")  # lists the commands
+        end = time.monotonic() + 30
+        while "commit-transient" not in self.screen and time.monotonic() < end:
+            self.read_some()
         if "commit-transient" not in self.screen:
             self.skipTest("the program has no line editor")
         self.type("unw\t|gl\t\n", "the node is not watched")
