@@ -50,6 +50,8 @@ class CommandLine(ProgramTest):
 
     def test_missing_arguments_of_each_command(self):
         for name in self.commands():
+            if name in ("shell", "demo"):  # the one edits a new document then, the other takes the project's model
+                continue
             result = self.expect(BAD, name)
             self.assertIn(f"Try 'kqdb {name} --help'.", result.err)
 
