@@ -3,7 +3,9 @@
 #include <kqx/UTF8.h>
 
 #define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX // which the standard library defines, too
 #define NOMINMAX
+#endif
 #define PSAPI_VERSION 2 // in kernel32, so that no further library is linked
 #include <windows.h>
 
