@@ -36,6 +36,19 @@ void* operator new(std::size_t bytes)
     return block;
 }
 
+/// The sanitizers have one of their own, which would not go by the one above.
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept
+{
+    try
+    {
+        return operator new(bytes);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return nullptr;
+    }
+}
+
 void operator delete(void* block) noexcept
 {
     g_live -= block != nullptr ? 1 : 0;
@@ -43,6 +56,11 @@ void operator delete(void* block) noexcept
 }
 
 void operator delete(void* block, std::size_t) noexcept
+{
+    operator delete(block);
+}
+
+void operator delete(void* block, const std::nothrow_t&) noexcept
 {
     operator delete(block);
 }
