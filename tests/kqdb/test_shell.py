@@ -468,7 +468,8 @@ class Terminal(ShellTest):
         self.type("unw\t|gl\t\n", "the node is not watched")
         self.type("set |glass.sha\tphy\t\n", "room.json*> ")
         self.type("get |glass.shading\n", '"physically based"')
-        self.type("nonsense\x03", "^C")
+        self.type("nonsense\t", "\a", has_prompt=False)  # the answer shows that the editor has the terminal
+        self.type("\x03", "^C")
         self.type("\x1b[A\n", '"physically based"')  # the line before
         self.type("save\n", "room.json> ")
         os.write(self.terminal, b"quit\n")

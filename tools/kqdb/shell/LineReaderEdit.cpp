@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -68,7 +69,9 @@ public:
         el_set(editor_, EL_HIST, history, history_);
         el_set(editor_, EL_ADDFN, "kqdb-complete", "Complete a word", &EditLineReader::onComplete);
         el_set(editor_, EL_BIND, "^I", "kqdb-complete", nullptr);
-        // As a key and not as a signal, so that the line is dropped and not the document.
+        // As a key and not as a signal, so that the line is dropped and not the document. The editor takes the terminal
+        // with the first key, after the prompt; until then it is a signal.
+        std::signal(SIGINT, SIG_IGN);
         el_set(editor_, EL_SETTY, "-d", "-isig", nullptr);
         el_set(editor_, EL_ADDFN, "kqdb-interrupt", "Drop the line", &EditLineReader::onInterrupt);
         el_set(editor_, EL_BIND, "^C", "kqdb-interrupt", nullptr);
