@@ -120,8 +120,8 @@ void declareAllowLoss(CLI::App& app, bool& allowLoss)
 
 CLI::Option* declareTexts(CLI::App& app, const char* name, std::vector<std::string>& texts, const char* description)
 {
-    return app.add_option(name, texts, description)->transform([](std::string text) {
-        return !text.empty() && text.front() == kBracketMark ? text.substr(1) : text;
+    return app.add_option(name, texts, description)->transform([](const std::string& text) {
+        return text.starts_with(kBracketMark) ? text.substr(1) : text;
     });
 }
 

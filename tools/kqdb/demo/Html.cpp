@@ -36,7 +36,8 @@ std::string coordinate(double value)
         return "0";
     const auto tenths = static_cast<long>(std::lround(value * 10));
     const long whole = std::labs(tenths) / 10;
-    std::string text = (tenths < 0 ? "-" : "") + std::to_string(whole);
+    std::string text(tenths < 0 ? "-" : "");
+    text += std::to_string(whole);
     if (tenths % 10 != 0)
         text += '.' + std::to_string(std::labs(tenths) % 10);
     return text;
