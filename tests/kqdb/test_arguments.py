@@ -48,6 +48,12 @@ class CommandLine(ProgramTest):
         self.assertIn("--colour", result.err)
         self.assertIn("Try 'kqdb tree --help'.", result.err)
 
+    def test_a_path_may_begin_with_a_slash_on_every_system(self):
+        self.write("room.json", room())
+        path = self.folder.resolve().as_posix() + "/room.json"
+        self.assertTrue(path.startswith("/"), path)
+        self.assertEqual(self.done("tree", path).out, self.done("tree", "room.json").out)
+
     def test_missing_arguments_of_each_command(self):
         for name in self.commands():
             if name in ("shell", "demo"):  # the one edits a new document then, the other takes the project's model

@@ -47,6 +47,7 @@ class CommandLine
 public:
     CommandLine() : app_("Reads, edits, compares and migrates KQDatabase2 documents.", "kqdb")
     {
+        app_.allow_windows_style_options(false); // else paths that begin with a slash would be options there
         app_.set_version_flag("--version", "kqdb " KQDB_VERSION);
         app_.require_subcommand(1);
         app_.footer(kFooter);

@@ -61,6 +61,7 @@ struct Declared
 {
     explicit Declared(const ShellEntry& entry) : app(entry.summary, entry.name)
     {
+        app.allow_windows_style_options(false); // names and paths may begin with a slash
         for (const Parameter& parameter : entry.parameters)
             declareParameter(app, parameter);
     }
