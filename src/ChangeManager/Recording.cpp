@@ -1,50 +1,15 @@
+// What ChangeManager records of each edit that passes through it.
+
 #include <db2/ChangeManager.h>
 
-#include <db2/Library.h>
 #include <db2/Node.h>
 
-#include "OutOfMemory.h"
-#include "Prefetch.h"
-#include "ReferencerWalk.h"
-
-#include <typeinfo>
-#include <utility>
+#include "../Prefetch.h"
+#include "../ReferencerWalk.h"
+#include "Perform.h"
 
 namespace db2 {
 namespace {
-
-/// Calls @p visit for every entry of a list of @p changes. The count is taken once, before.
-template <class T, class Visit>
-void forEach(const ChangeSet& changes, unsigned int (ChangeSet::*count)() const,
-             T* (ChangeSet::*entry)(unsigned int) const, Visit visit)
-{
-    for (unsigned int i = 0, entries = (changes.*count)(); i < entries; ++i)
-        visit(*(changes.*entry)(i));
-}
-
-template <class T>
-void clearBits(const ChangeSet& changes, unsigned int (ChangeSet::*count)() const,
-               T* (ChangeSet::*entry)(unsigned int) const, std::uint32_t bit)
-{
-    forEach(changes, count, entry, [bit](T& object) { object.clearFlag(bit); });
-}
-
-/// Takes the objects that are gone out of one list, with their bits.
-template <class T, class IsGone>
-void dropGone(ChangeSet& changes, unsigned int (ChangeSet::*count)() const, T* (ChangeSet::*entry)(unsigned int) const,
-              void (ChangeSet::*remove)(T*), std::uint32_t bit, IsGone isGone)
-{
-    kqtl::pod_vector<T*> gone; // found first: taking out while reading would go through the list each time
-    forEach(changes, count, entry, [&](T& object) {
-        if (isGone(object))
-            gone.push_back(&object);
-    });
-    for (T* const object : gone)
-    {
-        (changes.*remove)(object);
-        object->clearFlag(bit);
-    }
-}
 
 /// What references one attribute was often made one after the other, and so stands at equal distances: a guess at where
 /// the walk will be some steps further on, which it would otherwise wait for at every step.
@@ -60,38 +25,9 @@ void prefetchAhead(const Attribute& from, const Attribute& to)
     prefetch(&to);
 }
 
-/// A set of a class derived from the library's may do otherwise, so it is none of these.
-ConcreteChangeSet* asConcrete(ChangeSet& changes)
-{
-    return typeid(changes) == typeid(ConcreteChangeSet) ? static_cast<ConcreteChangeSet*>(&changes) : nullptr;
-}
-
 } // namespace
 
-ChangeManager::ChangeManager(DataInterface* nextLayer, ChangeSet& changes, ChangeSet& preReportChanges,
-                             void* wrapperDatabase)
-    : ForwardingLayer(nextLayer), snapshot_(&preReportChanges), changes_(&changes), ownLists_(asConcrete(changes)),
-      wrapperDatabase_(wrapperDatabase)
-{
-    changes_->reserve();
-}
-
 // --- Recording ---
-
-/// Every edit of this layer goes the same way: refused while observers run, forwarded, recorded if it succeeded.
-template <class Edit, class Record>
-Status ChangeManager::perform(Edit edit, Record record)
-{
-    if (inObservers_)
-    {
-        logError(L"DataInterface operations cannot be called whilst calling data observers.");
-        return Status::kFailure;
-    }
-    const Status status = edit();
-    if (status == Status::kSuccess && !succeeds(record))
-        logError(L"Out of memory while recording a change; the report will lack it.");
-    return status;
-}
 
 void ChangeManager::handleCreatedNode(Node* node)
 {
@@ -374,151 +310,6 @@ Status ChangeManager::db_lockAttributeArray(AttributeArray* array, void** outVal
 Status ChangeManager::db_unlockAttributeArray(AttributeArray* array)
 {
     return perform([&] { return ForwardingLayer::db_unlockAttributeArray(array); }, [] {});
-}
-
-// --- Reports ---
-
-/// False only when the lists that are sorted and those that may hold what is gone are all empty.
-bool ChangeManager::mayHaveCreatedOrDestroyed() const
-{
-    return ownLists_ == nullptr || !ownLists_->createdNodes_.empty() || !ownLists_->destroyedNodes_.empty() ||
-           !ownLists_->createdDynamicAttributes_.empty() || !ownLists_->createdDynamicAttributeArrays_.empty() ||
-           !ownLists_->createdReferences_.empty();
-}
-
-/// Edits of inner layers, an undo for example, pass this one by: what it knows as created may be gone.
-void ChangeManager::dropDestroyedBelow()
-{
-    using Set = ChangeSet;
-    const auto isDestroyed = [](const auto& object) { return object.isDestroyed(); };
-    dropGone(*changes_, &Set::CreatedNodeCount, &Set::CreatedNode, &Set::removeCreatedNode, NodeFlag::kCreated,
-             isDestroyed);
-    dropGone(*changes_, &Set::CreatedDynamicAttributeCount, &Set::CreatedDynamicAttribute,
-             &Set::removeCreatedDynamicAttribute, ElementFlag::kCreated, isDestroyed);
-    dropGone(*changes_, &Set::CreatedDynamicAttributeArrayCount, &Set::CreatedDynamicAttributeArray,
-             &Set::removeCreatedDynamicAttributeArray, ElementFlag::kCreated, isDestroyed);
-    dropGone(*changes_, &Set::CreatedReferenceCount, &Set::CreatedReference, &Set::removeCreatedReference,
-             ElementFlag::kReferenceMade,
-             [](const Attribute& referencer) { return referencer.getReference() == nullptr; });
-}
-
-Status ChangeManager::preReportChanges(bool transient)
-{
-    try
-    {
-        dropDestroyedBelow();
-        isSnapshotFilled_ = true;
-        snapshot_->assign(*changes_);
-        BreadthFirstSortFunctor byDepth;
-        snapshot_->stableSortCreatedNodes(byDepth);
-        snapshot_->stableSortDestroyedNodes(byDepth);
-        preObservers_.notify(&DataPreObserver::onPreReportChanges, this, *snapshot_, transient);
-    }
-    catch (...)
-    {
-        logWarning(L"ChangeManager::preReportChanges(). Unknown exception caught whilst reporting changes.");
-    }
-    return Status::kSuccess;
-}
-
-void ChangeManager::reportChanges(bool transient)
-{
-    try
-    {
-        if (mayHaveCreatedOrDestroyed())
-        {
-            dropDestroyedBelow();
-            BreadthFirstSortFunctor byDepth;
-            changes_->stableSortCreatedNodes(byDepth);
-            changes_->stableSortDestroyedNodes(byDepth);
-        }
-        inObservers_ = true;
-        observers_.notify(&DataObserver::onReportChanges, this, *changes_, transient);
-    }
-    catch (...)
-    {
-        logWarning(L"ChangeManager::reportChanges(). Unknown exception caught whilst reporting changes.");
-    }
-    inObservers_ = false;
-    clear();
-}
-
-void ChangeManager::clear()
-{
-    if (ownLists_ != nullptr)
-        ownLists_->forEachList([](auto& list, std::uint32_t bit) {
-            if (list.empty()) // as most lists are at most reports
-                return;
-            forEachFetched(list, [bit](auto& object) { object.clearFlag(bit); });
-            list.clear();
-        });
-    else
-        clearHostSet();
-    if (std::exchange(isSnapshotFilled_, false))
-        snapshot_->clear(); // it may list what the commit behind this is about to free
-}
-
-void ChangeManager::clearHostSet()
-{
-    using Set = ChangeSet;
-    const Set& changes = *changes_;
-    clearBits(changes, &Set::CreatedNodeCount, &Set::CreatedNode, NodeFlag::kCreated);
-    clearBits(changes, &Set::DestroyedNodeCount, &Set::DestroyedNode, NodeFlag::kDestroyedNow);
-    clearBits(changes, &Set::ReparentedNodeCount, &Set::ReparentedNode, NodeFlag::kReparented);
-    clearBits(changes, &Set::ReorderedNodeCount, &Set::ReorderedNode, NodeFlag::kReordered);
-    clearBits(changes, &Set::RenamedNodeCount, &Set::RenamedNode, NodeFlag::kRenamed);
-    clearBits(changes, &Set::ChangedNodeCount, &Set::ChangedNode, NodeFlag::kChanged);
-    clearBits(changes, &Set::CreatedDynamicAttributeCount, &Set::CreatedDynamicAttribute, ElementFlag::kCreated);
-    clearBits(changes, &Set::DestroyedDynamicAttributeCount, &Set::DestroyedDynamicAttribute,
-              ElementFlag::kDestroyedNow);
-    clearBits(changes, &Set::RenamedDynamicAttributeCount, &Set::RenamedDynamicAttribute, ElementFlag::kRenamed);
-    clearBits(changes, &Set::CreatedDynamicAttributeArrayCount, &Set::CreatedDynamicAttributeArray,
-              ElementFlag::kCreated);
-    clearBits(changes, &Set::DestroyedDynamicAttributeArrayCount, &Set::DestroyedDynamicAttributeArray,
-              ElementFlag::kDestroyedNow);
-    clearBits(changes, &Set::RenamedDynamicAttributeArrayCount, &Set::RenamedDynamicAttributeArray,
-              ElementFlag::kRenamed);
-    clearBits(changes, &Set::ResizedAttributeArrayCount, &Set::ResizedAttributeArray, ElementFlag::kResized);
-    clearBits(changes, &Set::CreatedReferenceCount, &Set::CreatedReference, ElementFlag::kReferenceMade);
-    clearBits(changes, &Set::DestroyedReferenceCount, &Set::DestroyedReference, ElementFlag::kReferenceBroken);
-    clearBits(changes, &Set::ChangedAttributeCount, &Set::ChangedAttribute, ElementFlag::kChanged);
-    changes_->clear();
-}
-
-// --- Units of work ---
-
-template <class Edit>
-Status ChangeManager::performCommit(bool transient, Edit edit)
-{
-    return perform(
-        [&] {
-            reportChanges(transient);
-            return edit();
-        },
-        [] {});
-}
-
-Status ChangeManager::db_commit(const wchar_t* description, const wchar_t* file, unsigned int line)
-{
-    return performCommit(false, [&] { return ForwardingLayer::db_commit(description, file, line); });
-}
-
-Status ChangeManager::db_commitTransient()
-{
-    return performCommit(true, [&] { return ForwardingLayer::db_commitTransient(); });
-}
-
-Status ChangeManager::db_clear()
-{
-    return perform(
-        [&] {
-            clear();
-            inObservers_ = true;
-            observers_.notify(&DataObserver::onClear, this);
-            inObservers_ = false;
-            return ForwardingLayer::db_clear();
-        },
-        [] {});
 }
 
 } // namespace db2
