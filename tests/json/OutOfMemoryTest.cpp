@@ -1,32 +1,18 @@
 // Saving and loading with a heap that runs out at every place where they allocate from it.
 
-#include "json/Documents.h"
-#include "json/RandomTree.h"
+#include "json/SavedRandomTree.h"
 
 #include "support/HeapThatRunsOut.h"
-#include "support/TreeDump.h"
 
 namespace {
 
 using namespace db2;
 using namespace db2test;
 
-class JsonOutOfMemoryTest : public ::testing::Test
+class JsonOutOfMemoryTest : public SavedRandomTree
 {
 protected:
-    JsonOutOfMemoryTest()
-    {
-        RandomTree::registerExtra(scene);
-        Random random(7);
-        RandomTree(scene, random).grow(6);
-        scene.commit();
-        before = dumpTree(scene.core(), DumpDetail::kContent);
-        text = saveScene(scene);
-    }
-
-    Scene scene;
-    std::wstring before;
-    std::string text;
+    JsonOutOfMemoryTest() : SavedRandomTree(7, 6) {}
 };
 
 TEST_F(JsonOutOfMemoryTest, ALoadFailsAndLeavesNothingLocked)
@@ -52,7 +38,7 @@ TEST_F(JsonOutOfMemoryTest, ALoadFailsAndLeavesNothingLocked)
     }
     EXPECT_GT(failures, 50u);
     scene.commit();
-    EXPECT_TRUE(isSameDump(before, dumpTree(scene.core(), DumpDetail::kContent)));
+    EXPECT_TRUE(isSameDump(before, content()));
 }
 
 TEST_F(JsonOutOfMemoryTest, ASaveFails)

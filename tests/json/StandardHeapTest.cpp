@@ -1,10 +1,7 @@
 // Saving and loading with the standard library's heap running out at every place where they allocate from it: this
 // program replaces its operator new.
 
-#include "json/Documents.h"
-#include "json/RandomTree.h"
-
-#include "support/TreeDump.h"
+#include "json/SavedRandomTree.h"
 
 #include <cstddef>
 #include <cstdlib>
@@ -103,22 +100,10 @@ private:
     KQutils::BasicLogger* before_;
 };
 
-class JsonStandardHeapTest : public ::testing::Test
+class JsonStandardHeapTest : public SavedRandomTree
 {
 protected:
-    JsonStandardHeapTest()
-    {
-        RandomTree::registerExtra(scene);
-        Random random(11);
-        RandomTree(scene, random).grow(12);
-        scene.commit();
-        before = dumpTree(scene.core(), DumpDetail::kContent);
-        text = saveScene(scene);
-    }
-
-    Scene scene;
-    std::wstring before;
-    std::string text;
+    JsonStandardHeapTest() : SavedRandomTree(11, 12) {}
 };
 
 TEST_F(JsonStandardHeapTest, ALoadFailsWithAMessageAndLeavesNothing)
@@ -150,7 +135,7 @@ TEST_F(JsonStandardHeapTest, ALoadFailsWithAMessageAndLeavesNothing)
     }
     EXPECT_GT(failures, 10u);
     scene.commit();
-    EXPECT_TRUE(isSameDump(before, dumpTree(scene.core(), DumpDetail::kContent)));
+    EXPECT_TRUE(isSameDump(before, content()));
 }
 
 TEST_F(JsonStandardHeapTest, ASaveFailsWithAMessageAndLeavesNothing)
