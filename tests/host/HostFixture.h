@@ -11,6 +11,8 @@
 
 #include <ostream>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace db2host {
 
@@ -49,14 +51,25 @@ struct SessionState
     std::filesystem::path file;
 };
 
+/// Undoes the last unit of work, which must give @p before back, and redoes it, which must give what is there now.
+inline void expectUndoneAndRedone(Session& session, const std::wstring& before)
+{
+    const std::wstring after = db2test::dumpTree(session.core());
+    ASSERT_EQ(session.undo().undo(), Status::kSuccess);
+    EXPECT_TRUE(isSameDump(before, db2test::dumpTree(session.core())));
+    ASSERT_EQ(session.undo().redo(), Status::kSuccess);
+    EXPECT_TRUE(isSameDump(after, db2test::dumpTree(session.core())));
+}
+
 /// A library with the module Scene, a folder for files, and the log.
 class HostTest : public ::testing::Test
 {
 protected:
-    static Session::Setup sceneSetup()
+    static Session::Setup sceneSetup(std::vector<db2::DataObserver*> observers = {})
     {
         Session::Setup setup;
         setup.rootTypeId = scene::kScene;
+        setup.observers = std::move(observers);
         return setup;
     }
 

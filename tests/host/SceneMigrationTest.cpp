@@ -150,11 +150,7 @@ TEST_F(SceneMigrationTest, MergedItIsUndoneAndRedoneMigrated)
     makeArm(session);
     const std::wstring before = db2test::dumpTree(session.core());
     ASSERT_TRUE(session.merge(kVersion1File, session.root()).isLoaded());
-    const std::wstring after = db2test::dumpTree(session.core());
-    ASSERT_EQ(session.undo().undo(), Status::kSuccess);
-    EXPECT_TRUE(isSameDump(before, db2test::dumpTree(session.core())));
-    ASSERT_EQ(session.undo().redo(), Status::kSuccess);
-    EXPECT_TRUE(isSameDump(after, db2test::dumpTree(session.core())));
+    expectUndoneAndRedone(session, before);
 }
 
 TEST_F(SceneMigrationTest, AFovThatReferencesAnotherNumberIsReportedAsLost)

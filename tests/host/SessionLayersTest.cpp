@@ -73,9 +73,7 @@ TEST_F(SessionLayersTest, CallLoggingChangesTheOutermostLayer)
 TEST_F(SessionLayersTest, ObserversHearOfComputedValuesAndOfUndo)
 {
     Counter counter;
-    Session::Setup setup = sceneSetup();
-    setup.observers = {&counter};
-    Session session(library, setup);
+    Session session(library, sceneSetup({&counter}));
     db2::Node* const arm = makeArm(session);
     translate(session, arm, 5, 0, 0);
     commit(session);
@@ -121,9 +119,7 @@ TEST_F(SessionLayersTest, SeveralSessionsStandOnOneLibrary)
 TEST_F(SessionLayersTest, ClearLeavesNothing)
 {
     Counter counter;
-    Session::Setup setup = sceneSetup();
-    setup.observers = {&counter};
-    Session session(library, setup);
+    Session session(library, sceneSetup({&counter}));
     const SessionState fresh(session);
     makeArm(session);
     ASSERT_TRUE(session.saveAs(folder.file("arm.json")));

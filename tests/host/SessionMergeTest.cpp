@@ -26,13 +26,9 @@ TEST_F(SessionMergeTest, IsOneUnitOfWork)
     makeArm(session);
     const std::wstring before = db2test::dumpTree(session.core());
     ASSERT_TRUE(session.merge(folder.file("arm.json"), session.root()).isLoaded());
-    const std::wstring after = db2test::dumpTree(session.core());
     EXPECT_EQ(session.undo().getUndoStackSize(), 2u);
     EXPECT_EQ(session.undo().getUndoDescription(-1), L"Merge a file");
-    ASSERT_EQ(session.undo().undo(), Status::kSuccess);
-    EXPECT_TRUE(isSameDump(before, db2test::dumpTree(session.core())));
-    ASSERT_EQ(session.undo().redo(), Status::kSuccess);
-    EXPECT_TRUE(isSameDump(after, db2test::dumpTree(session.core())));
+    expectUndoneAndRedone(session, before);
 }
 
 TEST_F(SessionMergeTest, WhatWasNotCommittedIsAUnitOfItsOwn)

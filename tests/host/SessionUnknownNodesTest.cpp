@@ -97,11 +97,7 @@ TEST_F(SessionUnknownNodesTest, TheyAreConvertedOnceTheModuleIsThere)
     EXPECT_EQ(folder.read("saved.json"), folder.read("arm.json"));
 
     EXPECT_EQ(session->undo().getUndoStackSize(), 1u);
-    const std::wstring known = db2test::dumpTree(session->core());
-    ASSERT_EQ(session->undo().undo(), Status::kSuccess);
-    EXPECT_TRUE(isSameDump(unknown, db2test::dumpTree(session->core())));
-    ASSERT_EQ(session->undo().redo(), Status::kSuccess);
-    EXPECT_TRUE(isSameDump(known, db2test::dumpTree(session->core())));
+    expectUndoneAndRedone(*session, unknown);
 }
 
 TEST_F(SessionUnknownNodesTest, ConvertedTransformsAreComputed)
