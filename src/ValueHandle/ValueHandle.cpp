@@ -1,59 +1,16 @@
+// What ValueHandle reads, compares and writes. How values are made stands beside this file.
+
 #include <db2/ValueHandle.h>
 
-#include "OutOfMemory.h"
-#include "ValueTypes.h"
+#include "../OutOfMemory.h"
+#include "../ValueTypes.h"
+#include "NumberConversion.h"
+#include "TextWriter.h"
 
-#include <kqtl/Alloc.h>
-#include <kqx/NumberText.h>
-
-#include <initializer_list>
-#include <limits>
-#include <memory>
-#include <new>
-#include <string_view>
+#include <type_traits>
 
 namespace db2 {
 namespace {
-
-// --- Converting numbers ---
-
-template <class Result, class Source>
-Result convertNumber(Source number)
-{
-    if constexpr (std::is_same_v<Result, bool>)
-        return number != Source{};
-    else
-        return static_cast<Result>(number); // a double beyond all floats becomes an infinity, as the format says
-}
-static_assert(std::numeric_limits<float>::is_iec559 && std::numeric_limits<double>::is_iec559);
-
-/// Not a plain cast, which is undefined for what does not fit.
-template <>
-int convertNumber<int, double>(double number)
-{
-    constexpr double kBelowMin = std::numeric_limits<int>::min() - 1.0;
-    constexpr double kAboveMax = std::numeric_limits<int>::max() + 1.0;
-    if (number > kBelowMin && number < kAboveMax)
-        return static_cast<int>(number);
-    if (number != number)
-        return 0;
-    return number < 0 ? std::numeric_limits<int>::min() : std::numeric_limits<int>::max();
-}
-
-template <>
-int convertNumber<int, float>(float number)
-{
-    return convertNumber<int>(static_cast<double>(number));
-}
-
-template <class Result>
-Result parseNumber(const kqx::String& text)
-{
-    if constexpr (std::is_floating_point_v<Result>)
-        return static_cast<Result>(kqx::parseDouble(text.c_str(), text.size()));
-    else
-        return convertNumber<Result>(kqx::parseInt(text.c_str(), text.size()));
-}
 
 // --- Reading a handle as a given type ---
 
@@ -138,129 +95,6 @@ bool compareAsLeft(const ConstValueHandle& left, const ConstValueHandle& right, 
         else
             return areEqual<T>(readAs<T>(left, typeId), readAs<T>(right, typeId), tolerance...);
     });
-}
-
-// --- Text ---
-
-/// Writes values behind each other. A class, so that each member sees all others: arrays are written element by element,
-/// elements component by component.
-class TextWriter
-{
-public:
-    void write(int value) { kqx::appendNumber(text_, value); }
-    void write(bool value) { text_ += value ? L'1' : L'0'; }
-    void write(float value) { kqx::appendNumber(text_, value); }
-    void write(double value) { kqx::appendNumber(text_, value); }
-    void write(const wchar_t* value) { text_ += value; }
-    void write(const kqx::String& value) { text_ += value; }
-    void write(const kqx::Colour& value) { writeAll(std::initializer_list<float>{value.r, value.g, value.b, value.a}); }
-    void write(const kqx::Vector3& value)
-    {
-        writeAll(std::initializer_list<float>{value.x, value.y, value.z, value.w});
-    }
-    void write(const kqx::Quat& value) { writeAll(std::initializer_list<float>{value.x, value.y, value.z, value.w}); }
-    void write(const float (&matrixRow)[4]) { writeAll(matrixRow); }
-    void write(const kqx::Matrix& value) { writeAll(value.m); }
-
-    template <class Element>
-    void write(const kqx::Array<Element>& value)
-    {
-        writeAll(value);
-    }
-
-    void write(const kqx::StringArray& value)
-    {
-        for (std::size_t i = 0; i < value.size(); ++i)
-        {
-            if (i > 0)
-                text_ += L',';
-            writeQuoted(value[i]);
-        }
-    }
-
-    void write(const kqx::VertexBuffer& value)
-    {
-        for (unsigned int i = 0; i < value.getStreamCount(); ++i)
-        {
-            if (i > 0)
-                text_ += L' ';
-            text_ += value.getStreamText(i);
-        }
-    }
-
-    [[nodiscard]] kqx::String& getText() { return text_; }
-
-private:
-    template <class Range>
-    void writeAll(const Range& values)
-    {
-        bool isFirst = true;
-        for (const auto& value : values)
-        {
-            if (!isFirst)
-                text_ += L' ';
-            isFirst = false;
-            write(value);
-        }
-    }
-
-    /// Quotes inside the element are escaped, backslashes are not: readers of the text count on it.
-    void writeQuoted(std::wstring_view element)
-    {
-        text_ += L'"';
-        for (const wchar_t character : element)
-        {
-            if (character == L'"')
-                text_ += L'\\';
-            text_ += character;
-        }
-        text_ += L'"';
-    }
-
-    kqx::String text_;
-};
-
-// --- Making values ---
-
-/// Makes a value in raw storage: a copy of @p from, or the type's default when it is null.
-/// @return the storage; null when there is none or the type has no values, and when memory is out for what a value owns.
-void* constructValue(AttributeTypeId typeId, void* storage, const void* from)
-{
-    if (storage == nullptr)
-        return nullptr;
-    return visitType(typeId, [=](auto type) -> void* {
-        using T = TypeOf<decltype(type)>;
-        if constexpr (std::is_void_v<T>)
-            return nullptr;
-        else if (from == nullptr)
-            return ::new (storage) T();
-        else
-            return succeeds([=] { ::new (storage) T(*static_cast<const T*>(from)); }) ? storage : nullptr;
-    });
-}
-
-void* createOnHeap(AttributeTypeId typeId, const void* from)
-{
-    const std::size_t bytes = ValueInfo::getMemoryRequirements(typeId).size;
-    if (bytes == 0)
-        return nullptr;
-    void* const storage = KQTLAlloc(bytes, ValueInfo::getStorageAlignment(typeId));
-    void* const value = constructValue(typeId, storage, from);
-    if (value == nullptr)
-        KQTLFree(storage);
-    return value;
-}
-
-void* createInBlock(AttributeTypeId typeId, MemoryResource& resource, const void* from)
-{
-    const std::size_t bytes = ValueInfo::getMemoryRequirements(typeId).size;
-    if (bytes == 0)
-        return nullptr;
-    MemoryResource rest = resource;
-    void* const value = constructValue(typeId, rest.take(bytes, ValueInfo::getStorageAlignment(typeId)), from);
-    if (value != nullptr)
-        resource = rest;
-    return value;
 }
 
 // --- Editing arrays ---
@@ -504,92 +338,6 @@ bool ValueHandle::resizeMatrixArray(std::size_t elements, const kqx::Matrix& fil
 bool ValueHandle::resizeQuatArray(std::size_t elements, const kqx::Quat& fill) const
 {
     return resizeArray(*this, AttributeType::kQuatArray, elements, fill);
-}
-
-// --- ValueHandle: values on the heap ---
-
-void ValueHandle::create(AttributeTypeId typeId, ValueHandle& out)
-{
-    out = ValueHandle(createOnHeap(typeId, nullptr), typeId);
-}
-
-void ValueHandle::create(const ConstValueHandle& from, ValueHandle& out)
-{
-    out = create(from);
-}
-
-ValueHandle ValueHandle::create(const ConstValueHandle& from)
-{
-    return {from.isNull() ? nullptr : createOnHeap(from.getTypeId(), from.getData()), from.getTypeId()};
-}
-
-void ValueHandle::destroyAndFree()
-{
-    destroy();
-    KQTLFree(value_);
-    value_ = nullptr;
-}
-
-// --- ValueHandle: values in a block ---
-
-void ValueHandle::create(AttributeTypeId typeId, MemoryResource& resource, ValueHandle* out)
-{
-    void* const value = createInBlock(typeId, resource, nullptr);
-    if (out != nullptr)
-        *out = ValueHandle(value, typeId);
-}
-
-void ValueHandle::create(const ConstValueHandle& from, MemoryResource& resource, ValueHandle* out)
-{
-    void* const value = from.isNull() ? nullptr : createInBlock(from.getTypeId(), resource, from.getData());
-    if (out != nullptr)
-        *out = ValueHandle(value, from.getTypeId());
-}
-
-ValueHandle ValueHandle::constructAt(void* storage, AttributeTypeId typeId)
-{
-    return {constructValue(typeId, storage, nullptr), typeId};
-}
-
-ValueHandle ValueHandle::constructAt(void* storage, const ConstValueHandle& from)
-{
-    return {from.isNull() ? nullptr : constructValue(from.getTypeId(), storage, from.getData()), from.getTypeId()};
-}
-
-void ValueHandle::init(AttributeTypeId typeId, ValueHandle& handle)
-{
-    if (ValueInfo::isPODType(typeId))
-        constructValue(typeId, handle.value_, nullptr);
-}
-
-void ValueHandle::destroy()
-{
-    if (isNull())
-        return;
-    visitType(getTypeId(), [this](auto type) {
-        using T = TypeOf<decltype(type)>;
-        if constexpr (!std::is_void_v<T>)
-            std::destroy_at(static_cast<T*>(value_));
-    });
-}
-
-// --- DefaultValue ---
-
-DefaultValue::DefaultValue(AttributeTypeId typeId)
-{
-    create(typeId, *this);
-}
-
-DefaultValue::DefaultValue(AttributeTypeId typeId, const ConstValueHandle& from) : DefaultValue(typeId)
-{
-    assign(from);
-}
-
-DefaultValue::DefaultValue(const DefaultValue& other) : DefaultValue(other.getTypeId(), other) {}
-
-DefaultValue::~DefaultValue()
-{
-    destroyAndFree();
 }
 
 } // namespace db2
