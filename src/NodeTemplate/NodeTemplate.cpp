@@ -1,18 +1,18 @@
+// Construction of NodeTemplate, its building and its queries. What its registration prepares, and how nodes get their
+// elements, stands beside this file.
+
 #include <db2/NodeTemplate.h>
 
 #include <db2/NameHash.h>
 #include <db2/Node.h>
 
-#include "ElementRecords.h"
-#include "OutOfMemory.h"
-#include "OwnedMetaData.h"
+#include "../OutOfMemory.h"
+#include "../OwnedMetaData.h"
 
 #include <kqtl/Alloc.h>
 
 #include <algorithm>
-#include <cstring>
 #include <cwchar>
-#include <utility>
 
 namespace db2 {
 namespace {
@@ -26,20 +26,6 @@ std::size_t listLength(const unsigned int* list)
     while (list[length] != NodeTemplate::kEndOfList)
         ++length;
     return length;
-}
-
-/// True for values that hold memory of their own, so that their bytes do not make a second one.
-bool ownsMemory(AttributeTypeId typeId)
-{
-    return !ValueInfo::isPODType(typeId) && typeId != AttributeType::kNull;
-}
-
-/// True when a value that owns memory owns none, which is when its one pointer is null.
-bool isEmptyValue(const ConstValueHandle& value)
-{
-    const auto* const bytes = static_cast<const unsigned char*>(value.getData());
-    const std::uint32_t size = ValueInfo::getMemoryRequirements(value.getTypeId()).size;
-    return std::all_of(bytes, bytes + size, [](unsigned char byte) { return byte == 0; });
 }
 
 /// The name index maps to element indices, which its pointers carry as numbers.
@@ -274,125 +260,6 @@ void NodeTemplate::removeReference()
 {
     if (referenceCount_ > 0)
         --referenceCount_;
-}
-
-// --- Registration ---
-
-bool NodeTemplate::freeze()
-{
-    return succeeds([this] {
-        buildNodeImage(); // unseen, so it may stay when the rest fails
-        determineElementAndComputeSetDependencies();
-    });
-}
-
-/// Changes nothing when it throws: everything is worked out before anything is written.
-void NodeTemplate::determineElementAndComputeSetDependencies()
-{
-    using Edge = std::pair<unsigned int, unsigned int>;
-    kqx::Array<Edge> setToSet;     // a set that computes an input of another, and the other
-    kqx::Array<Edge> elementToSet; // an input, and the set that reads it
-    for (unsigned int set = 0; set < computeSets_.size(); ++set)
-    {
-        const ComputeSet& computeSet = *computeSets_[set];
-        for (unsigned int i = 0; i < computeSet.getInputCount(); ++i)
-        {
-            const unsigned int input = computeSet.getInputs()[i];
-            if (elements_[input]->hasComputeSet())
-                setToSet.push_back({elements_[input]->getComputeSet(), set});
-            elementToSet.push_back({input, set});
-        }
-    }
-    const auto sortOnce = [](kqx::Array<Edge>& edges) {
-        std::sort(edges.begin(), edges.end());
-        edges.erase(std::unique(edges.begin(), edges.end()), edges.end());
-    };
-    sortOnce(setToSet);
-    sortOnce(elementToSet);
-
-    kqx::Array<kqx::SizeTArray> outputSets;
-    outputSets.resize(computeSets_.size());
-    for (const auto& [from, to] : setToSet)
-        outputSets[from].push_back(to);
-    kqtl::pod_vector<unsigned int> elementOutputs;
-    for (const auto& [element, set] : elementToSet)
-        elementOutputs.push_back(set);
-
-    for (std::size_t set = 0; set < computeSets_.size(); ++set)
-        computeSets_[set]->setOutputSets(std::move(outputSets[set]));
-    elementOutputs_.swap(elementOutputs);
-    for (std::size_t first = 0, end = 0; first < elementToSet.size(); first = end)
-    {
-        const unsigned int element = elementToSet[first].first;
-        while (end < elementToSet.size() && elementToSet[end].first == element)
-            ++end;
-        elements_[element]->setOutputComputeSets(static_cast<unsigned int>(first),
-                                                 static_cast<unsigned int>(end - first));
-    }
-}
-
-// --- The elements of a node ---
-
-/// Records say where their owner is by distance, so the same bytes serve every node of the type.
-void NodeTemplate::buildNodeImage()
-{
-    owningElements_.clear();
-    filledElements_.clear();
-    KQTLFree(nodeImage_); // of a registration that was refused; elements may have come since
-    nodeImage_ = static_cast<std::byte*>(KQTLAlloc(nodeFormat_.size, nodeFormat_.alignment));
-    if (nodeImage_ == nullptr)
-        throw std::bad_alloc();
-    std::memset(nodeImage_, 0, nodeFormat_.size);
-    for (unsigned int i = 0; i < elements_.size(); ++i)
-    {
-        const ElementMetaData* const metaData = elements_[i];
-        std::byte* const record = nodeImage_ + elementOffsets_[i];
-        if (metaData->isAttributeArray())
-        {
-            ::new (record) AttributeArray(0, elementOffsets_[i], metaData);
-            owningElements_.push_back(i);
-            continue;
-        }
-        ::new (record) Attribute(0, elementOffsets_[i], metaData);
-        if (!ownsMemory(metaData->getTypeId()))
-        {
-            constructValue(record, *metaData);
-            continue;
-        }
-        // An empty one is a null pointer, which the image holds already.
-        owningElements_.push_back(i);
-        if (!isEmptyValue(metaData->getDefaultValue()))
-            filledElements_.push_back(i);
-    }
-}
-
-bool NodeTemplate::constructElements(std::byte* nodeBlock) const
-{
-    std::memcpy(nodeBlock + sizeof(Node), nodeImage_ + sizeof(Node), nodeFormat_.size - sizeof(Node));
-    for (const unsigned int index : filledElements_)
-    {
-        if (!constructValue(nodeBlock + elementOffsets_[index], *elements_[index]))
-        {
-            destroyElementValues(nodeBlock); // those that were not made yet are empty
-            return false;
-        }
-    }
-    return true;
-}
-
-bool NodeTemplate::constructValue(std::byte* attributeRecord, const ElementMetaData& metaData)
-{
-    void* const storage = valueBehind(attributeRecord, metaData.getTypeId());
-    return !ValueHandle::constructAt(storage, metaData.getDefaultValue()).isNull();
-}
-
-void NodeTemplate::destroyElementValues(std::byte* nodeBlock) const
-{
-    for (const unsigned int index : filledElements_)
-    {
-        const AttributeTypeId typeId = elements_[index]->getTypeId();
-        ValueHandle(valueBehind(nodeBlock + elementOffsets_[index], typeId), typeId).destroy();
-    }
 }
 
 } // namespace db2
