@@ -105,6 +105,41 @@ void flushFolderOf(const std::string& path)
         ::fsync(opened.get()); // not every file system can; the rename stands all the same
 }
 
+// The steps of reading a file, by the names that they have in messages on every system.
+constexpr const wchar_t* kOpening = L"CreateFile()";
+constexpr const wchar_t* kMeasuring = L"GetFileSize()";
+constexpr const wchar_t* kMapping = L"CreateFileMapping()";
+constexpr const wchar_t* kFetching = L"MapViewOfFile()";
+
+/// With the last error set.
+void logFailure(const wchar_t* step, const wchar_t* path)
+{
+    logLastWindowsError(L"Reading file '%s', %s in FileInputStream", path, step);
+}
+
+const wchar_t* failWith(int error, const wchar_t* step)
+{
+    errno = error;
+    return step;
+}
+
+/// Looks whether an open file can be read, and how large it is. @return null if so, else the step that fails, with the
+/// last error set.
+const wchar_t* measure(int descriptor, std::uint32_t& outSize)
+{
+    struct stat status = {};
+    if (::fstat(descriptor, &status) != 0)
+        return kMeasuring;
+    if (S_ISDIR(status.st_mode))
+        return failWith(EISDIR, kOpening);
+    if (status.st_size >= std::numeric_limits<std::uint32_t>::max())
+        return failWith(EFBIG, kMeasuring);
+    if (status.st_size == 0)
+        return failWith(EINVAL, kMapping);
+    outSize = static_cast<std::uint32_t>(status.st_size);
+    return nullptr;
+}
+
 } // namespace
 
 // --- Reading ---
@@ -112,43 +147,22 @@ void flushFolderOf(const std::string& path)
 std::shared_ptr<FileContent> FileContent::open(const wchar_t* path)
 {
     Descriptor file(openForReading(path));
-    struct stat status = {};
-    const bool isMeasured = file.isOpen() && ::fstat(file.get(), &status) == 0;
-    if (isMeasured && S_ISDIR(status.st_mode))
-        errno = EISDIR;
-    if (!file.isOpen() || (isMeasured && S_ISDIR(status.st_mode)))
-    {
-        logLastWindowsError(L"Reading file '%s', CreateFile() in FileInputStream", path);
-        return nullptr;
-    }
-    const bool isTooLarge = isMeasured && status.st_size >= std::numeric_limits<std::uint32_t>::max();
-    if (isTooLarge)
-        errno = EFBIG;
-    if (!isMeasured || isTooLarge)
-    {
-        logLastWindowsError(L"Reading file '%s', GetFileSize() in FileInputStream", path);
-        return nullptr;
-    }
-    if (status.st_size == 0)
-    {
-        errno = EINVAL;
-        logLastWindowsError(L"Reading file '%s', CreateFileMapping() in FileInputStream", path);
-        return nullptr;
-    }
-
+    std::uint32_t size = 0;
+    const wchar_t* failed = file.isOpen() ? measure(file.get(), size) : kOpening;
     std::shared_ptr<FileContent> content;
-    const bool made = succeeds([&] {
+    const auto make = [&] {
         content.reset(new FileContent);
         content->path_ = path;
-    });
-    if (!made)
+    };
+    if (failed == nullptr && !succeeds(make))
+        failed = failWith(ENOMEM, kFetching);
+    if (failed != nullptr)
     {
-        errno = ENOMEM;
-        logLastWindowsError(L"Reading file '%s', MapViewOfFile() in FileInputStream", path);
+        logFailure(failed, path);
         return nullptr;
     }
     content->descriptor_ = file.release();
-    content->size_ = static_cast<std::uint32_t>(status.st_size);
+    content->size_ = size;
     return content;
 }
 
@@ -156,7 +170,7 @@ std::shared_ptr<FileContent> FileContent::open(const wchar_t* path)
 void FileContent::fail()
 {
     if (!failed_)
-        logLastWindowsError(L"Reading file '%s', MapViewOfFile() in FileInputStream", path_.c_str());
+        logFailure(kFetching, path_.c_str());
     failed_ = true;
 }
 
