@@ -30,7 +30,7 @@ public:
     virtual Exit run(Output& out) = 0;
 };
 
-/// An entry of the table of commands: help, shell completion and tests go by it.
+/// An entry of the table of commands: help, shell completion and tests go by it. Stands in the file of its command.
 struct CommandEntry
 {
     const char* name;
@@ -38,8 +38,15 @@ struct CommandEntry
     std::unique_ptr<Command> (*make)();
 };
 
+/// What an entry makes its command with.
+template <class ConcreteCommand>
+std::unique_ptr<Command> makeCommand()
+{
+    return std::make_unique<ConcreteCommand>();
+}
+
 /// All commands, in the order of the help.
-[[nodiscard]] std::span<const CommandEntry> commandTable();
+[[nodiscard]] std::span<const CommandEntry* const> commandTable();
 
 // --- What several commands declare ---
 
@@ -50,6 +57,9 @@ void declareHelp(CLI::App& app, std::string_view text, std::initializer_list<std
 
 /// The document, as the first argument.
 void declareFile(CLI::App& app, std::string& file);
+/// The document, and behind it texts, each of which may be anything, but one there must be.
+void declareFileAndTexts(CLI::App& app, std::string& file, const char* name, std::vector<std::string>& texts,
+                         const char* description);
 void declareJson(CLI::App& app, bool& json);
 void declareAllowLoss(CLI::App& app, bool& allowLoss);
 /// Several texts, each of which may be anything.

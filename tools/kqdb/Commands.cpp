@@ -7,28 +7,28 @@
 
 namespace kqdb {
 
-// One for each file in commands/.
-std::unique_ptr<Command> makeNewCommand();
-std::unique_ptr<Command> makeInfoCommand();
-std::unique_ptr<Command> makeTreeCommand();
-std::unique_ptr<Command> makeCatCommand();
-std::unique_ptr<Command> makeFindCommand();
-std::unique_ptr<Command> makeGetCommand();
-std::unique_ptr<Command> makeSetCommand();
-std::unique_ptr<Command> makeCheckCommand();
-std::unique_ptr<Command> makeMigrateCommand();
-std::unique_ptr<Command> makeDiffCommand();
-std::unique_ptr<Command> makeCopyCommand();
-std::unique_ptr<Command> makeExtractCommand();
-std::unique_ptr<Command> makeGraphCommand();
-std::unique_ptr<Command> makeStatsCommand();
-std::unique_ptr<Command> makeBenchCommand();
-std::unique_ptr<Command> makeShellCommand();
-std::unique_ptr<Command> makeDemoCommand();
-std::unique_ptr<Command> makeGenerateCommand();
+// Defined by the files of the commands.
 #if defined(KQDB_HAS_IMPORT)
-std::unique_ptr<Command> makeImportCommand();
+extern const CommandEntry kImportCommand;
 #endif
+extern const CommandEntry kNewCommand;
+extern const CommandEntry kInfoCommand;
+extern const CommandEntry kTreeCommand;
+extern const CommandEntry kCatCommand;
+extern const CommandEntry kFindCommand;
+extern const CommandEntry kGetCommand;
+extern const CommandEntry kSetCommand;
+extern const CommandEntry kCheckCommand;
+extern const CommandEntry kDiffCommand;
+extern const CommandEntry kMigrateCommand;
+extern const CommandEntry kCopyCommand;
+extern const CommandEntry kExtractCommand;
+extern const CommandEntry kGraphCommand;
+extern const CommandEntry kStatsCommand;
+extern const CommandEntry kBenchCommand;
+extern const CommandEntry kShellCommand;
+extern const CommandEntry kDemoCommand;
+extern const CommandEntry kGenerateCommand;
 
 namespace {
 
@@ -36,26 +36,11 @@ constexpr char kBracketMark = '\x1f'; // no argument begins with it
 
 constexpr std::array kCommands = {
 #if defined(KQDB_HAS_IMPORT)
-    CommandEntry{"import", "Make a document of 3D models", makeImportCommand},
+    &kImportCommand,
 #endif
-    CommandEntry{"new", "Make an empty document", makeNewCommand},
-    CommandEntry{"info", "Say what is in a document: modules, versions, counts, size", makeInfoCommand},
-    CommandEntry{"tree", "List the nodes as a tree", makeTreeCommand},
-    CommandEntry{"cat", "Print nodes with their attributes", makeCatCommand},
-    CommandEntry{"find", "Find nodes by name, type or value", makeFindCommand},
-    CommandEntry{"get", "Print values", makeGetCommand},
-    CommandEntry{"set", "Set values", makeSetCommand},
-    CommandEntry{"check", "Look for unknown and older data, and values beyond their limits", makeCheckCommand},
-    CommandEntry{"diff", "Compare two documents by what they mean", makeDiffCommand},
-    CommandEntry{"migrate", "Bring a document to the current versions of its modules", makeMigrateCommand},
-    CommandEntry{"copy", "Copy nodes to another document", makeCopyCommand},
-    CommandEntry{"extract", "Make a document of some nodes", makeExtractCommand},
-    CommandEntry{"graph", "Draw references or computed attributes as a graph", makeGraphCommand},
-    CommandEntry{"stats", "Count nodes and values, with the memory that they take", makeStatsCommand},
-    CommandEntry{"bench", "Time loading, editing, undoing and saving", makeBenchCommand},
-    CommandEntry{"shell", "Edit a document command by command, with undo", makeShellCommand},
-    CommandEntry{"demo", "Show what the database does, on a model of yours", makeDemoCommand},
-    CommandEntry{"generate", "Print the manual page or a shell's completion", makeGenerateCommand},
+    &kNewCommand,    &kInfoCommand,  &kTreeCommand,  &kCatCommand,     &kFindCommand, &kGetCommand,
+    &kSetCommand,    &kCheckCommand, &kDiffCommand,  &kMigrateCommand, &kCopyCommand, &kExtractCommand,
+    &kGraphCommand,  &kStatsCommand, &kBenchCommand, &kShellCommand,   &kDemoCommand, &kGenerateCommand,
 };
 
 constexpr std::size_t kHelpColumns = 90;
@@ -87,7 +72,7 @@ void appendWrapped(std::string& out, std::string_view text)
 
 } // namespace
 
-std::span<const CommandEntry> commandTable()
+std::span<const CommandEntry* const> commandTable()
 {
     return kCommands;
 }
@@ -106,6 +91,13 @@ void declareHelp(CLI::App& app, std::string_view text, std::initializer_list<std
 void declareFile(CLI::App& app, std::string& file)
 {
     app.add_option("FILE", file, "The document")->required();
+}
+
+void declareFileAndTexts(CLI::App& app, std::string& file, const char* name, std::vector<std::string>& texts,
+                         const char* description)
+{
+    declareFile(app, file);
+    declareTexts(app, name, texts, description)->required();
 }
 
 void declareJson(CLI::App& app, bool& json)

@@ -61,6 +61,20 @@ std::string typeText(const db2::Element& element)
     return type + '[' + std::to_string(static_cast<const db2::AttributeArray&>(element).getSize()) + ']';
 }
 
+std::string_view originOf(const db2::Element& element)
+{
+    if (element.isLegacy())
+        return "legacy";
+    if (element.isDynamic())
+        return "dynamic";
+    return element.isComputed() ? "computed" : "";
+}
+
+const db2::Attribute* referenceOf(const db2::Element& element)
+{
+    return element.isAttributeArray() ? nullptr : static_cast<const db2::Attribute&>(element).getReference();
+}
+
 bool isAtDefault(const db2::Element& element)
 {
     if (element.isAttributeArray())

@@ -4,6 +4,7 @@
 #include <db2/Node.h>
 
 #include <string>
+#include <string_view>
 
 /// Elements of nodes as text: types and values in the notation of documents (docs/format.md), in UTF-8.
 namespace kqdb {
@@ -14,6 +15,12 @@ namespace kqdb {
 [[nodiscard]] std::string valueText(const db2::Element& element);
 
 [[nodiscard]] std::string typeText(const db2::Element& element); ///< "Float", or "Float[3]" of an array
+
+/// Where an element comes from if not from its node's type: "legacy", "dynamic" or "computed"; else empty.
+[[nodiscard]] std::string_view originOf(const db2::Element& element);
+
+/// What an attribute takes its value from; null when that is from nowhere, and of an array, whose items each have theirs.
+[[nodiscard]] const db2::Attribute* referenceOf(const db2::Element& element);
 
 /// True when an attribute shows its default, or an array is empty.
 [[nodiscard]] bool isAtDefault(const db2::Element& element);

@@ -59,10 +59,10 @@ public:
                                                                                   {"never", ColourMode::kNever}},
                                                 CLI::ignore_case)
                             .description(""));
-        for (const CommandEntry& entry : commandTable())
+        for (const CommandEntry* const entry : commandTable())
         {
-            CLI::App* const sub = app_.add_subcommand(entry.name, entry.summary);
-            commands_.push_back({sub, entry.make()});
+            CLI::App* const sub = app_.add_subcommand(entry->name, entry->summary);
+            commands_.push_back({sub, entry->make()});
             commands_.back().command->declare(*sub);
         }
     }

@@ -215,9 +215,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeBenchCommand()
-{
-    return std::make_unique<BenchCommand>();
-}
+extern const CommandEntry kBenchCommand = {"bench", "Time loading, editing, undoing and saving",
+                                           makeCommand<BenchCommand>};
 
 } // namespace kqdb

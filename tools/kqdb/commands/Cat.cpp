@@ -15,22 +15,12 @@ namespace {
 
 constexpr std::size_t kShownCharacters = 100; // of a value, unless all of it is wanted
 
-std::string_view originOf(const db2::Element& element)
-{
-    if (element.isLegacy())
-        return "legacy";
-    if (element.isDynamic())
-        return "dynamic";
-    return element.isComputed() ? "computed" : "";
-}
-
 class CatCommand : public Command
 {
 public:
     void declare(CLI::App& app) override
     {
-        declareFile(app, file_);
-        declareTexts(app, "PATH", paths_, "The nodes to print")->required();
+        declareFileAndTexts(app, file_, "PATH", paths_, "The nodes to print");
         app.add_flag("-r,--recursive", isRecursive_, "Print what is below them, too");
         app.add_flag("-c,--changed", changedOnly_, "Leave out attributes that are at their default");
         app.add_flag("--full", isFull_, "Print long values whole");
@@ -109,11 +99,6 @@ private:
             printItemReferences(static_cast<const db2::AttributeArray&>(element), out);
     }
 
-    static const db2::Attribute* referenceOf(const db2::Element& element)
-    {
-        return element.isAttributeArray() ? nullptr : static_cast<const db2::Attribute&>(element).getReference();
-    }
-
     static void printItemReferences(const db2::AttributeArray& array, Output& out)
     {
         for (unsigned int i = 0; i < array.getSize(); ++i)
@@ -168,9 +153,6 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeCatCommand()
-{
-    return std::make_unique<CatCommand>();
-}
+extern const CommandEntry kCatCommand = {"cat", "Print nodes with their attributes", makeCommand<CatCommand>};
 
 } // namespace kqdb

@@ -152,9 +152,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeCheckCommand()
-{
-    return std::make_unique<CheckCommand>();
-}
+extern const CommandEntry kCheckCommand = {"check", "Look for unknown and older data, and values beyond their limits",
+                                           makeCommand<CheckCommand>};
 
 } // namespace kqdb

@@ -108,8 +108,7 @@ class ExtractCommand : public Command
 public:
     void declare(CLI::App& app) override
     {
-        declareFile(app, file_);
-        declareTexts(app, "PATH", paths_, "The nodes to take, each with everything below it")->required();
+        declareFileAndTexts(app, file_, "PATH", paths_, "The nodes to take, each with everything below it");
         app.add_option("-o,--output", output_, "The document to make of them")->type_name("FILE")->required();
         declareAllowLoss(app, allowLoss_);
         declareJson(app, json_);
@@ -147,14 +146,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeCopyCommand()
-{
-    return std::make_unique<CopyCommand>();
-}
-
-std::unique_ptr<Command> makeExtractCommand()
-{
-    return std::make_unique<ExtractCommand>();
-}
+extern const CommandEntry kCopyCommand = {"copy", "Copy nodes to another document", makeCommand<CopyCommand>};
+extern const CommandEntry kExtractCommand = {"extract", "Make a document of some nodes", makeCommand<ExtractCommand>};
 
 } // namespace kqdb

@@ -20,8 +20,7 @@ constexpr std::size_t kShownCharacters = 80; // of a value, unless all of it is 
 /// What an attribute shows: the path that it references, or its value.
 std::string contentOf(const db2::Element& element)
 {
-    const db2::Attribute* const referenced =
-        element.isAttributeArray() ? nullptr : static_cast<const db2::Attribute&>(element).getReference();
+    const db2::Attribute* const referenced = referenceOf(element);
     if (referenced == nullptr)
         return valueText(element);
     const bool isSingle = static_cast<const db2::Attribute&>(element).referenceIsSingle();
@@ -137,9 +136,8 @@ private:
         json_.key(key).beginObject();
         json_.key("type").string(typeText(element));
         json_.key("value").raw(valueText(element));
-        if (!element.isAttributeArray())
-            if (const db2::Attribute* const referenced = static_cast<const db2::Attribute&>(element).getReference())
-                json_.key("reference").text(pathOf(*referenced));
+        if (const db2::Attribute* const referenced = referenceOf(element))
+            json_.key("reference").text(pathOf(*referenced));
         json_.endObject();
     }
 
@@ -225,9 +223,6 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeDiffCommand()
-{
-    return std::make_unique<DiffCommand>();
-}
+extern const CommandEntry kDiffCommand = {"diff", "Compare two documents by what they mean", makeCommand<DiffCommand>};
 
 } // namespace kqdb

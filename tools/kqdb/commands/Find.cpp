@@ -152,9 +152,6 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeFindCommand()
-{
-    return std::make_unique<FindCommand>();
-}
+extern const CommandEntry kFindCommand = {"find", "Find nodes by name, type or value", makeCommand<FindCommand>};
 
 } // namespace kqdb

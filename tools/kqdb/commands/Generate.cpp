@@ -41,9 +41,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeGenerateCommand()
-{
-    return std::make_unique<GenerateCommand>();
-}
+extern const CommandEntry kGenerateCommand = {"generate", "Print the manual page or a shell's completion",
+                                              makeCommand<GenerateCommand>};
 
 } // namespace kqdb

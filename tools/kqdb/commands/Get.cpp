@@ -15,8 +15,7 @@ class GetCommand : public Command
 public:
     void declare(CLI::App& app) override
     {
-        declareFile(app, file_);
-        declareTexts(app, "PATH", paths_, "The attributes, arrays or items")->required();
+        declareFileAndTexts(app, file_, "PATH", paths_, "The attributes, arrays or items");
         app.add_flag("--plain", isPlain_, "Print a String or choice as it is, without quotes and escapes");
         declareJson(app, json_);
         declareHelp(app, "Prints one value a line, in the notation of documents, as 'kqdb set' takes them.",
@@ -64,10 +63,8 @@ private:
             json.key("path").text(pathOf(*element));
             json.key("type").string(toUtf8(db2::ValueInfo::getTypeName(element->getTypeId())));
             json.key("value").raw(valueText(*element));
-            if (!element->isAttributeArray())
-                if (const db2::Attribute* const referenced =
-                        static_cast<const db2::Attribute*>(element)->getReference())
-                    json.key("reference").text(pathOf(*referenced));
+            if (const db2::Attribute* const referenced = referenceOf(*element))
+                json.key("reference").text(pathOf(*referenced));
             json.endObject();
         }
         json.endArray();
@@ -82,9 +79,6 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeGetCommand()
-{
-    return std::make_unique<GetCommand>();
-}
+extern const CommandEntry kGetCommand = {"get", "Print values", makeCommand<GetCommand>};
 
 } // namespace kqdb

@@ -171,9 +171,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeGraphCommand()
-{
-    return std::make_unique<GraphCommand>();
-}
+extern const CommandEntry kGraphCommand = {"graph", "Draw references or computed attributes as a graph",
+                                           makeCommand<GraphCommand>};
 
 } // namespace kqdb

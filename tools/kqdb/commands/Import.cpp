@@ -183,9 +183,6 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeImportCommand()
-{
-    return std::make_unique<ImportCommand>();
-}
+extern const CommandEntry kImportCommand = {"import", "Make a document of 3D models", makeCommand<ImportCommand>};
 
 } // namespace kqdb

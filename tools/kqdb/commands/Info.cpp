@@ -129,9 +129,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeInfoCommand()
-{
-    return std::make_unique<InfoCommand>();
-}
+extern const CommandEntry kInfoCommand = {"info", "Say what is in a document: modules, versions, counts, size",
+                                          makeCommand<InfoCommand>};
 
 } // namespace kqdb

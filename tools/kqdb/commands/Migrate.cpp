@@ -97,9 +97,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeMigrateCommand()
-{
-    return std::make_unique<MigrateCommand>();
-}
+extern const CommandEntry kMigrateCommand = {"migrate", "Bring a document to the current versions of its modules",
+                                             makeCommand<MigrateCommand>};
 
 } // namespace kqdb

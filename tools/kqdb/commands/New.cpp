@@ -36,9 +36,6 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeNewCommand()
-{
-    return std::make_unique<NewCommand>();
-}
+extern const CommandEntry kNewCommand = {"new", "Make an empty document", makeCommand<NewCommand>};
 
 } // namespace kqdb

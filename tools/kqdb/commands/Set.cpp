@@ -14,8 +14,7 @@ class SetCommand : public Command
 public:
     void declare(CLI::App& app) override
     {
-        declareFile(app, file_);
-        declareTexts(app, "PATH VALUE", pairs_, "Attributes, arrays or items, each with its value")->required();
+        declareFileAndTexts(app, file_, "PATH VALUE", pairs_, "Attributes, arrays or items, each with its value");
         app.add_flag("--reference", isReference_, "The values are paths of attributes to take the values from");
         app.add_flag("--disconnect", disconnects_, "End references that attributes take their values from now");
         app.add_flag("--force", isForced_, "Take values beyond the limits of their attributes, too");
@@ -106,9 +105,6 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeSetCommand()
-{
-    return std::make_unique<SetCommand>();
-}
+extern const CommandEntry kSetCommand = {"set", "Set values", makeCommand<SetCommand>};
 
 } // namespace kqdb

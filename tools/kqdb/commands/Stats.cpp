@@ -207,9 +207,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeStatsCommand()
-{
-    return std::make_unique<StatsCommand>();
-}
+extern const CommandEntry kStatsCommand = {"stats", "Count nodes and values, with the memory that they take",
+                                           makeCommand<StatsCommand>};
 
 } // namespace kqdb

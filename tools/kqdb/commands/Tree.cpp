@@ -103,9 +103,6 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeTreeCommand()
-{
-    return std::make_unique<TreeCommand>();
-}
+extern const CommandEntry kTreeCommand = {"tree", "List the nodes as a tree", makeCommand<TreeCommand>};
 
 } // namespace kqdb

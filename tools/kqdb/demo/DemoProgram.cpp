@@ -64,9 +64,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeDemoCommand()
-{
-    return std::make_unique<DemoProgram>();
-}
+extern const CommandEntry kDemoCommand = {"demo", "Show what the database does, on a model of yours",
+                                          makeCommand<DemoProgram>};
 
 } // namespace kqdb

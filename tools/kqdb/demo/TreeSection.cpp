@@ -15,22 +15,18 @@ constexpr unsigned int kDeepest = 100; // a browser nests no page much deeper
 constexpr unsigned int kOpenLevels = 2;
 constexpr std::size_t kShownCharacters = 80;
 
-std::string originOf(const db2::Element& element)
+std::string originMark(const db2::Element& element)
 {
-    if (element.isDynamic())
-        return "<i class=\"dynamic\">dynamic</i>";
-    if (element.isLegacy())
-        return "<i class=\"legacy\">legacy</i>";
-    return element.isComputed() ? "<i class=\"computed\">computed</i>" : "";
+    const std::string origin(originOf(element));
+    return origin.empty() ? origin : "<i class=\"" + origin + "\">" + origin + "</i>";
 }
 
 void appendElement(const db2::Element& element, std::string& page)
 {
-    page += "<tr><td>" + html(std::wstring_view(element.getName())) + originOf(element) + "</td><td class=\"type\">" +
+    page += "<tr><td>" + html(std::wstring_view(element.getName())) + originMark(element) + "</td><td class=\"type\">" +
             html(typeText(element)) + "</td><td class=\"value\">" + html(shortValueText(element, kShownCharacters));
-    if (!element.isAttributeArray())
-        if (const db2::Attribute* const source = static_cast<const db2::Attribute&>(element).getReference())
-            page += " <span class=\"from\">from " + html(pathOf(*source)) + "</span>";
+    if (const db2::Attribute* const source = referenceOf(element))
+        page += " <span class=\"from\">from " + html(pathOf(*source)) + "</span>";
     page += "</td></tr>\n";
 }
 

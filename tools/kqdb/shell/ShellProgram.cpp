@@ -215,9 +215,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<Command> makeShellCommand()
-{
-    return std::make_unique<ShellProgram>();
-}
+extern const CommandEntry kShellCommand = {"shell", "Edit a document command by command, with undo",
+                                           makeCommand<ShellProgram>};
 
 } // namespace kqdb

@@ -71,13 +71,10 @@ void printElement(Output& out, const db2::Element& element)
     (out << "  ").styled(Style::kName, element.getName()) << ' ';
     out.styled(Style::kFaint, typeText(element)) << ' ';
     out.styled(Style::kValue, shortValueText(element, kShownCharacters));
-    if (!element.isAttributeArray())
-        if (const db2::Attribute* const source = static_cast<const db2::Attribute&>(element).getReference())
-            (out << " from ").styled(Style::kName, pathOf(*source));
-    if (element.isDynamic() || element.isLegacy() || element.isComputed())
-        out.styled(Style::kFaint, element.isDynamic()  ? std::string_view(" dynamic")
-                                  : element.isLegacy() ? std::string_view(" legacy")
-                                                       : std::string_view(" computed"));
+    if (const db2::Attribute* const source = referenceOf(element))
+        (out << " from ").styled(Style::kName, pathOf(*source));
+    if (!originOf(element).empty())
+        (out << ' ').styled(Style::kFaint, originOf(element));
     out << '\n';
 }
 
