@@ -5,6 +5,7 @@
 
 #include "MigratorChain.h"
 #include "OutOfMemory.h"
+#include "PathFault.h"
 
 #include <kqx/NumberText.h>
 
@@ -257,12 +258,12 @@ Status buildPath(const Node* root, const Node* node, kqx::String* path, WriteEle
 
 // --- Checking ---
 
-Status dbu_validatePath(const wchar_t* path)
+PathFault findPathFault(const wchar_t* path)
 {
     if (path == nullptr)
-        return Status::kNullPath;
+        return {Status::kNullPath};
     if (!isSeparator(*path))
-        return Status::kPathBadStart;
+        return {Status::kPathBadStart};
 
     bool insideBraces = false;
     bool mismatched = false;
@@ -271,13 +272,12 @@ Status dbu_validatePath(const wchar_t* path)
     {
         const bool isLast = at[1] == L'\0';
         if (insideBraces && !isDigit(*at) && *at != L']')
-            return refuse(Status::kNonNumericIndex, L"'%s' contains square braces with non numerical characters in.",
-                          path);
+            return {Status::kNonNumericIndex, L"'%s' contains square braces with non numerical characters in."};
         if (isReserved(*at) && afterReserved)
-            return refuse(Status::kAdjacentReservedCharacters,
-                          L"'%s' contains reserved characters placed next to each other.", path);
+            return {Status::kAdjacentReservedCharacters,
+                    L"'%s' contains reserved characters placed next to each other."};
         if (isLast && (isSeparator(*at) || *at == L'\\'))
-            return refuse(Status::kTrailingReservedCharacter, L"'%s' is terminated by a reserved character.", path);
+            return {Status::kTrailingReservedCharacter, L"'%s' is terminated by a reserved character."};
         if (*at == L']')
         {
             mismatched = mismatched || !insideBraces;
@@ -290,8 +290,14 @@ Status dbu_validatePath(const wchar_t* path)
             ++at; // what it escapes is an ordinary character
     }
     if (insideBraces || mismatched)
-        return refuse(Status::kMismatchedBraces, L"'%s' contains mismatching braces.", path);
-    return Status::kSuccess;
+        return {Status::kMismatchedBraces, L"'%s' contains mismatching braces."};
+    return {};
+}
+
+Status dbu_validatePath(const wchar_t* path)
+{
+    const PathFault fault = findPathFault(path);
+    return fault.message != nullptr ? refuse(fault.status, fault.message, path) : fault.status;
 }
 
 // --- From path to object ---

@@ -138,13 +138,14 @@ bool Session::clear()
     return true;
 }
 
-LoadReport Session::open(const std::filesystem::path& file, bool keepLegacyData)
+LoadReport Session::open(const std::filesystem::path& file, bool keepLegacyData,
+                         const db2::LoadStrategy::LostReferenceHandler& onLostReference)
 {
     return reportOf(L"open", [&] {
         if (!chain_->acceptsEdits())
             return LoadReport();
         Replacement next(*this, file);
-        LoadReport report = next.load(keepLegacyData);
+        LoadReport report = next.load({keepLegacyData, onLostReference});
         if (report.isLoaded() && !next.commit())
             report.status = Status::kFailure;
         return report;
@@ -153,8 +154,9 @@ LoadReport Session::open(const std::filesystem::path& file, bool keepLegacyData)
 
 LoadReport Session::merge(const std::filesystem::path& file, db2::Node& parent, bool keepLegacyData)
 {
-    return loadAsUnit(L"Merge a file",
-                      [&] { return loadFile(library_, file, data(), core(), parent, keepLegacyData, nullptr); });
+    return loadAsUnit(L"Merge a file", [&] {
+        return loadFile(library_, file, data(), core(), parent, {keepLegacyData, {}}, nullptr);
+    });
 }
 
 LoadReport Session::convertUnknownNodes(const wchar_t* moduleId)

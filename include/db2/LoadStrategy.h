@@ -12,6 +12,7 @@
 
 #include <array>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -68,6 +69,18 @@ public:
     virtual Status doLoad() = 0;
 
     // --- Loading ---
+
+    /// Told of a reference that cannot be made.
+    /// @param holder  the attribute that holds it, which keeps its value.
+    /// @param path    where it leads in the file.
+    /// @param reason  what resolving the path or making the reference returned; not kFailure, which memory that is out
+    ///                gives and which ends the load all the same.
+    using LostReferenceHandler = std::function<void(const Attribute& holder, const wchar_t* path, Status reason)>;
+
+    /// Makes the load go on behind references that cannot be made, where it otherwise fails at the first: @p handler is
+    /// told of each, in the order of the file, and nothing is logged. It must not edit; what it throws passes through
+    /// load(). Before load(). @param handler  empty ends it.
+    void setLostReferenceHandler(LostReferenceHandler handler);
 
     /// @param loadParent  gets the file's nodes as children.
     /// @param fileName    for messages and migrators; null or empty for none.
@@ -201,8 +214,10 @@ private:
     Status finish();
     Status makeReferences();
     Status makeReference(const DeferredReference& reference);
+    Status loseReference(const DeferredReference& reference, Status reason, const wchar_t* message) const;
     Status resolve(const kqx::String& path, Attribute** outAttribute);
     Status resolveAnew(const kqx::String& path, Attribute** outAttribute);
+    Status resolveFrom(const Node* root, const wchar_t* path, Attribute** outAttribute);
     void offerLegacyConnection(Attribute& found, Attribute& holder);
     void disposeOfLegacyElements();
     [[nodiscard]] bool countAndChoose(const LegacyElement& legacy);
@@ -217,6 +232,7 @@ private:
     unsigned int options_;
     Node* loadParent_ = nullptr;
     std::vector<DeferredReference> references_;
+    LostReferenceHandler onLostReference_;  ///< empty: the first lost reference ends the load
     kqtl::pod_vector<Migrator*> migrators_; ///< that run, in order
     kqtl::pod_vector<Migrator*>* migratorsRun_;
     std::vector<kqx::AnchorHandle<Node>> legacyNodes_;

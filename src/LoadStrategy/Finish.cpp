@@ -11,6 +11,7 @@
 #include <db2/TreeUtilities.h>
 
 #include "../OutOfMemory.h"
+#include "../PathFault.h"
 
 #include <cwchar>
 #include <string_view>
@@ -93,19 +94,29 @@ Status LoadStrategy::makeReferences()
 Status LoadStrategy::makeReference(const DeferredReference& reference)
 {
     Attribute* found = nullptr;
-    if (resolve(reference.path, &found) != Status::kSuccess)
-    {
-        logError(L"Failed to resolve attribute path '%s'", reference.path.c_str());
-        return Status::kFailure;
-    }
+    const Status resolved = resolve(reference.path, &found);
+    if (resolved != Status::kSuccess)
+        return loseReference(reference, resolved, L"Failed to resolve attribute path '%s'");
     if (found->isLegacy() || reference.holder->isLegacy())
     {
         offerLegacyConnection(*found, *reference.holder);
         return Status::kSuccess;
     }
-    if (data_.db_createReference(found, reference.holder, reference.singleOutput) == Status::kSuccess)
+    const Status made = data_.db_createReference(found, reference.holder, reference.singleOutput);
+    if (made != Status::kSuccess)
+        return loseReference(reference, made, L"Failed to create reference for path '%s'");
+    return Status::kSuccess;
+}
+
+/// @param message  for the log, with the path. @return whether the load goes on.
+Status LoadStrategy::loseReference(const DeferredReference& reference, Status reason, const wchar_t* message) const
+{
+    if (onLostReference_ && reason != Status::kFailure)
+    {
+        onLostReference_(*reference.holder, reference.path.c_str(), reason);
         return Status::kSuccess;
-    logError(L"Failed to create reference for path '%s'", reference.path.c_str());
+    }
+    logError(message, reference.path.c_str());
     return Status::kFailure;
 }
 
@@ -149,7 +160,18 @@ Status LoadStrategy::resolveAnew(const kqx::String& path, Attribute** outAttribu
             rest = behindFirst;
         }
     }
-    return dbu_pathToAttribute(root, rest, outAttribute, true, &migrators_);
+    return resolveFrom(root, rest, outAttribute);
+}
+
+/// Says what is wrong with the path, or leaves that to whoever is told of lost references.
+Status LoadStrategy::resolveFrom(const Node* root, const wchar_t* path, Attribute** outAttribute)
+{
+    if (!onLostReference_)
+        return dbu_pathToAttribute(root, path, outAttribute, true, &migrators_);
+    Status status = findPathFault(path).status;
+    if (status == Status::kSuccess)
+        status = dbu_resolvePath(root, path, nullptr, nullptr, outAttribute, false, &migrators_);
+    return status == Status::kSuccess && *outAttribute == nullptr ? Status::kPathNotAttribute : status;
 }
 
 void LoadStrategy::offerLegacyConnection(Attribute& found, Attribute& holder)

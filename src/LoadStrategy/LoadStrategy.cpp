@@ -31,6 +31,11 @@ LoadStrategy::~LoadStrategy() = default;
 
 // --- Loading ---
 
+void LoadStrategy::setLostReferenceHandler(LostReferenceHandler handler)
+{
+    onLostReference_ = std::move(handler);
+}
+
 Status LoadStrategy::load(Node& loadParent, const wchar_t* fileName)
 {
     if (!succeeds([&] { fileName_ = fileName; }))

@@ -30,9 +30,21 @@ def pattern_of(lines):
 class Examples(ProgramTest):
     def setUp(self):
         super().setUp()
+        self.write_torn_desk()
         for document in (SOURCES / "examples/data").glob("*.json"):
             shutil.copy(document, self.folder)
         self.code = 0
+
+    def write_torn_desk(self):
+        """desk.json with two references that lead nowhere."""
+        text = (SOURCES / "examples/data/desk.json").read_text(encoding="utf-8")
+        for holder, path, lost in (("arm", "|desk|lamp.world", "|desk|stand.world"),
+                                   ("left drawer", "|desk.world", "|desk.size")):
+            begin = text.index(f'"{holder}"')
+            before, found, behind = text[begin:].partition(f'"{path}"')
+            self.assertTrue(found, holder)
+            text = text[:begin] + before + f'"{lost}"' + behind
+        self.write("desk_torn.json", text)
 
     def run_line(self, line):
         """@return what the command prints, on both streams."""

@@ -175,9 +175,52 @@ class Check(ReadingTest):
         finding, = self.expect(NO, "check", "odd.json", "--json").json["findings"]
         self.assertEqual(finding["kind"], "loss")
 
+    @staticmethod
+    def number(count):
+        return f"{count:,}".replace(",", " ")
+
+    def lost(self, *nodes):
+        """Checks a document with references that cannot be made. @return the lines of the report."""
+        self.write("odd.json", document(*nodes))
+        result = self.expect(BAD, "check", "odd.json")
+        findings = sum(line.startswith("reference: ") for line in result.lines)
+        self.assertEqual(result.err, "kqdb: odd.json: cannot be loaded because of "
+                                     f"{self.number(findings)} reference{'s' if findings > 1 else ''}\n")
+        return result.lines
+
     def test_a_reference_that_leads_nowhere(self):
-        self.write("odd.json", document(node("arm", attributes=[["parentWorld", "Matrix ->", "|robot.world"]])))
-        self.refused("odd.json: Failed to resolve attribute path '|robot.world'", "check", "odd.json")
+        self.assertEqual(self.lost(node("arm", attributes=[["parentWorld", "Matrix ->", "|robot.world"]])),
+                         ["reference: |arm.parentWorld: references '|robot.world': the path leads nowhere",
+                          "odd.json: 1 finding"])
+        self.refused("odd.json: Failed to resolve attribute path '|robot.world'", "tree", "odd.json")
+
+    def test_each_reference_that_cannot_be_made(self):
+        lines = self.lost(
+            node("robot", attributes=[["parentWorld", "Matrix ->", "|robot"]]),
+            node("arm", depth=1, attributes=[["parentWorld", "Matrix ->", "|robot.world"]]),
+            node("hand", depth=2, attributes=[["parentWorld", "Matrix ->", "|robot|arm."]],
+                 dynamic=[["bend", "Float ->", "|robot|arm|hand.bend"],
+                          ["weights", "Float[?]", 3, [0, 0.5], ["->", 2, "|robot.gone"]]]),
+            node("glass", "Material", attributes=[["opacity", "Float", 1.5]]))
+        self.assertEqual(lines, [
+            "reference: |robot.parentWorld: references '|robot': the path does not lead to an attribute",
+            "reference: |robot|arm|hand.parentWorld: references '|robot|arm.': the path ends too early",
+            "reference: |robot|arm|hand.bend: references '|robot|arm|hand.bend': an attribute cannot reference itself",
+            "reference: |robot|arm|hand:weights[2]: references '|robot.gone': the path leads nowhere",
+            "limit: |glass.opacity: 1.5 is above the limit 1", "odd.json: 5 findings"])
+
+    def test_lost_references_as_json(self):
+        self.write("odd.json", document(node("arm", attributes=[["parentWorld", "Matrix ->", "|r\u00f6b\x1bot.world"]])))
+        result = self.expect(BAD, "check", "odd.json", "--json")
+        self.assertEqual(result.json, {"findings": [{
+            "kind": "reference", "path": "|arm.parentWorld", "reference": "|r\u00f6b\x1bot.world",
+            "text": "references '|r\u00f6b\\u001bot.world': the path leads nowhere"}], "count": 1})
+
+    def test_very_many_lost_references(self):
+        count = 3000
+        lines = self.lost(*(node(f"n{i}", attributes=[["parentWorld", "Matrix ->", f"|m{i}.world"]]) for i in range(count)))
+        self.assertEqual(lines[-2:], [f"reference: |n{count - 1}.parentWorld: references '|m{count - 1}.world': "
+                                      "the path leads nowhere", f"odd.json: {self.number(count)} findings"])
 
 
 class Stats(ReadingTest):

@@ -107,7 +107,8 @@ Document::Document(Application& application)
 {
 }
 
-Document::Document(Application& application, const std::string& file)
+Document::Document(Application& application, const std::string& file,
+                   const db2::LoadStrategy::LostReferenceHandler& onLostReference)
     : application_(application), name_(file), session_(application.library(), sessionSetup())
 {
     const std::filesystem::path path = filePath(file);
@@ -115,7 +116,7 @@ Document::Document(Application& application, const std::string& file)
     std::error_code ignored;
     const Progress progress("loading " + file, std::filesystem::file_size(path, ignored) > kLongLoadBytes && !ignored);
     application.log().clear();
-    report_ = session_.open(path, true);
+    report_ = session_.open(path, true, onLostReference);
     if (!report_.isLoaded())
     {
         const std::string errors = errorText(application.log(), file);

@@ -59,7 +59,9 @@ public:
     explicit Document(Application& application);
 
     /// Opens a file. Throws Failure with what is wrong, and where in the file.
-    Document(Application& application, const std::string& file);
+    /// @param onLostReference  when given, is told of references that lead nowhere, which are no failure then.
+    Document(Application& application, const std::string& file,
+             const db2::LoadStrategy::LostReferenceHandler& onLostReference = {});
 
     [[nodiscard]] db2host::Session& session() { return session_; }
     [[nodiscard]] db2::Node& root() { return session_.root(); }

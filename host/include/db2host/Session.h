@@ -134,7 +134,10 @@ public:
     /// Needs memory for both documents until the new one is complete.
     /// @param keepLegacyData  what no migrator deals with stays in the tree as legacy data, so that a later version can
     ///                        still migrate it.
-    LoadReport open(const std::filesystem::path& file, bool keepLegacyData = false);
+    /// @param onLostReference  when given, references that cannot be made do not make the load fail: it is told of each,
+    ///                        see db2::LoadStrategy::setLostReferenceHandler(). The document is without them then.
+    LoadReport open(const std::filesystem::path& file, bool keepLegacyData = false,
+                    const db2::LoadStrategy::LostReferenceHandler& onLostReference = {});
 
     /// Loads the file's nodes under @p parent as one unit of work that can be undone; nothing happens when the load fails.
     /// What was not committed before becomes a unit of its own first. Should memory run out for bringing computed values up

@@ -34,15 +34,17 @@ bool lacksMigrators(const db2::Module& placeholder, const db2::Module& module)
 } // namespace
 
 LoadReport loadFile(const Library& library, const std::filesystem::path& file, db2::DataInterface& data,
-                    db2::CoreManager& core, db2::Node& parent, bool keepLegacyData, std::wstring* outTypeString)
+                    db2::CoreManager& core, db2::Node& parent, const LoadTolerance& tolerance,
+                    std::wstring* outTypeString)
 {
     const std::wstring path = widePath(file);
     for (ModuleDefinition* const module : library.modules())
         module->setDataInterface(data);
     db2::FileInputStream stream(path.c_str(), db2::FileOpenMode::kBinary);
     kqtl::pod_vector<db2::Migrator*> migratorsRun;
-    const unsigned int options = keepLegacyData ? db2::JsonLoader::kKeepUnhandledLegacyData : 0u;
+    const unsigned int options = tolerance.keepsLegacyData ? db2::JsonLoader::kKeepUnhandledLegacyData : 0u;
     db2::JsonLoader loader(stream, data, core, options, &migratorsRun);
+    loader.setLostReferenceHandler(tolerance.onLostReference);
 
     LoadReport report;
     report.status = loader.load(parent, path.c_str());

@@ -1,7 +1,5 @@
 #include "Replacement.h"
 
-#include "Loading.h"
-
 #include <utility>
 
 namespace db2host {
@@ -14,13 +12,13 @@ Session::Replacement::Replacement(Session& session, const std::filesystem::path&
     loaded_.undo.setMaxUndoItems(session.chain_->undo.getMaxUndoItems());
 }
 
-LoadReport Session::Replacement::load(bool keepLegacyData)
+LoadReport Session::Replacement::load(const LoadTolerance& tolerance)
 {
     loaded_.calls.db_setNextInterface(&loaded_.computed);
     db2::DataInterface& pastUndo =
         loaded_.isCallLoggingOn ? loaded_.calls : static_cast<db2::DataInterface&>(loaded_.computed);
-    LoadReport report = loadFile(session_.library_, file_, pastUndo, loaded_.core, *loaded_.core.getRoot(),
-                                 keepLegacyData, &typeString_);
+    LoadReport report =
+        loadFile(session_.library_, file_, pastUndo, loaded_.core, *loaded_.core.getRoot(), tolerance, &typeString_);
     loaded_.calls.db_setNextInterface(&loaded_.undo);
     return report;
 }

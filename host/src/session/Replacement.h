@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Chain.h"
+#include "Loading.h"
 
 #include <filesystem>
 #include <string>
@@ -18,7 +19,7 @@ public:
     Replacement& operator=(const Replacement&) = delete;
 
     /// Past undo, because what is open from the start has no history. Throws what loadFile() throws.
-    LoadReport load(bool keepLegacyData);
+    LoadReport load(const LoadTolerance& tolerance);
 
     /// Ends the load. Observers of the session's setup hear that the old document is cleared, then of the new one's nodes,
     /// and the session is the new document's by then.

@@ -2,12 +2,14 @@
 #include "Command.h"
 #include "ElementText.h"
 #include "JsonOutput.h"
+#include "StatusText.h"
 #include "Text.h"
 #include "TreeWalk.h"
 
 #include <CLI/CLI.hpp>
 
 #include <array>
+#include <numeric>
 #include <optional>
 
 namespace kqdb {
@@ -15,19 +17,21 @@ namespace {
 
 enum class Kind
 {
-    kLoss,    ///< something in the file that could not be loaded
-    kUnknown, ///< a node of a module that is not there
-    kLegacy,  ///< data of an older version that no migrator dealt with
-    kLimit    ///< a value beyond the limits of its attribute
+    kReference, ///< one that cannot be made; no other command loads the document
+    kLoss,      ///< something in the file that could not be loaded
+    kUnknown,   ///< a node of a module that is not there
+    kLegacy,    ///< data of an older version that no migrator dealt with
+    kLimit      ///< a value beyond the limits of its attribute
 };
 
-constexpr std::array<const char*, 4> kKindNames = {"loss", "unknown", "legacy", "limit"};
+constexpr std::array<const char*, 5> kKindNames = {"reference", "loss", "unknown", "legacy", "limit"};
 
 struct Finding
 {
     Kind kind;
     std::wstring path; ///< empty when it is about no node
     std::string text;
+    std::string referencedPath = {}; ///< of a reference
 };
 
 /// Prints findings as they come, and counts them.
@@ -55,7 +59,10 @@ public:
         out_ << std::string_view(finding.text) << '\n';
     }
 
-    [[nodiscard]] std::uint64_t total() const { return counts_[0] + counts_[1] + counts_[2] + counts_[3]; }
+    [[nodiscard]] std::uint64_t total() const
+    {
+        return std::accumulate(counts_.begin(), counts_.end(), std::uint64_t{0});
+    }
 
     void end(const std::string& file)
     {
@@ -79,6 +86,8 @@ private:
         json_->key("kind").string(kind);
         if (!finding.path.empty())
             json_->key("path").text(finding.path);
+        if (finding.kind == Kind::kReference)
+            json_->key("reference").string(finding.referencedPath);
         json_->key("text").string(finding.text);
         json_->endObject();
     }
@@ -97,26 +106,40 @@ public:
         declareJson(app, json_);
         declareHelp(app,
                     "Loads the document and reports what is unknown to this program, what older data no migrator dealt "
-                    "with, what could not be loaded, and values beyond the limits of their attributes. A reference "
-                    "that leads nowhere ends the load, with an error. Exit code 1 when there are findings, 2 when the "
-                    "document cannot be loaded.",
+                    "with, what could not be loaded, and values beyond the limits of their attributes. Exit code 1 "
+                    "when there are findings; 2 when the document cannot be loaded, for which one reference that leads "
+                    "nowhere is enough: all of these are listed.",
                     {"kqdb check scene.json"});
     }
 
     Exit run(Output& out) override
     {
         Application application;
-        Document document(application, file_);
+        std::vector<Finding> lost;
+        Document document(application, file_, [&lost](const auto& holder, const wchar_t* path, db2::Status reason) {
+            lost.push_back(lostReference(holder, path, reason));
+        });
         Report report(out, json_);
+        for (const Finding& finding : lost)
+            report.add(finding);
         for (const std::string& loss : document.losses())
             report.add({Kind::kLoss, {}, loss});
         for (TreeWalk walk(document.root()); walk.next();)
             checkNode(walk, report);
         report.end(file_);
+        out.flush();
+        if (!lost.empty())
+            document.fail("cannot be loaded because of " + counted(lost.size(), "reference"));
         return report.total() == 0 ? Exit::kDone : Exit::kNo;
     }
 
 private:
+    static Finding lostReference(const db2::Attribute& holder, const wchar_t* path, db2::Status reason)
+    {
+        return {Kind::kReference, pathOf(holder),
+                "references '" + visible(path) + "': " + std::string(statusText(reason)), toUtf8(path)};
+    }
+
     static void checkNode(const TreeWalk& walk, Report& report)
     {
         const db2::Node& node = walk.node();
