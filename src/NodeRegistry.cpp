@@ -8,6 +8,8 @@
 
 #include <kqx/Format.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <iostream>
 #include <iterator>
 
@@ -97,6 +99,17 @@ const NodeTemplate* NodeRegistry::lookupNodeTemplate(unsigned int typeId) const
 const NodeTemplate* NodeRegistry::lookupNodeTemplate(const wchar_t* typeName) const
 {
     return typeName != nullptr ? static_cast<NodeTemplate*>(templatesByName_.find(hashName(typeName))) : nullptr;
+}
+
+void NodeRegistry::getNodeTemplates(kqtl::pod_vector<const NodeTemplate*>& templates) const
+{
+    const auto before = static_cast<std::ptrdiff_t>(templates.size());
+    templates.reserve(templates.size() + templatesById_.size());
+    for (unsigned int slot = templatesById_.firstSlot(); slot != UIntHashMap::kNoSlot;
+         slot = templatesById_.nextSlot(slot))
+        templates.push_back(static_cast<const NodeTemplate*>(templatesById_.valueAt(slot)));
+    std::sort(templates.begin() + before, templates.end(),
+              [](const NodeTemplate* a, const NodeTemplate* b) { return a->getTypeId() < b->getTypeId(); });
 }
 
 void NodeRegistry::dumpMemoryRequirements() const

@@ -118,6 +118,21 @@ TEST_F(NodeRegistryTest, HoldsManyTemplates)
     }
 }
 
+TEST_F(NodeRegistryTest, ListsItsTemplatesByTheirIdsBehindWhatIsThere)
+{
+    kqtl::pod_vector<const NodeTemplate*> templates;
+    registry.getNodeTemplates(templates);
+    EXPECT_EQ(templates.size(), 0u);
+
+    const NodeTemplate* const last = registered(L"Light", 0xFFFFFFFF);
+    const NodeTemplate* const middle = registered(L"Sphere", 0x10001);
+    const NodeTemplate* const first = registered(L"Cone", 0);
+    templates.push_back(last);
+    registry.getNodeTemplates(templates);
+    const std::vector<const NodeTemplate*> listed(templates.begin(), templates.end());
+    EXPECT_EQ(listed, (std::vector<const NodeTemplate*>{last, first, middle, last}));
+}
+
 // --- Registering ---
 
 TEST_F(NodeRegistryTest, RegisteringFreezesTheTemplate)

@@ -4,6 +4,8 @@
 #include <db2/Status.h>
 #include <db2/UIntHashMap.h>
 
+#include <kqtl/pod_vector.h>
+
 namespace db2 {
 
 class NodeTemplate;
@@ -35,6 +37,9 @@ public:
     /// Null when there is none, and for a null name.
     [[nodiscard]] const NodeTemplate* lookupNodeTemplate(unsigned int typeId) const;
     [[nodiscard]] const NodeTemplate* lookupNodeTemplate(const wchar_t* typeName) const;
+
+    /// Appends every template, ascending by type id. Cost: n log n. Throws std::bad_alloc, having appended none.
+    void getNodeTemplates(kqtl::pod_vector<const NodeTemplate*>& templates) const;
 
     /// Writes what records, values and nodes of each type need in memory to the standard wide output.
     void dumpMemoryRequirements() const;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -121,6 +122,30 @@ TEST_F(CompletionTest, TypesModulesAndStates)
     EXPECT_EQ(pressed("create-unknown X Sc"), "create-unknown X Scene ");
     EXPECT_EQ(candidates("observe "), (Texts{"off", "on"}));
     EXPECT_EQ(pressed("help commit-"), "help commit-transient ");
+}
+
+TEST_F(CompletionTest, TypesOfEveryModuleThatIsRegistered)
+{
+    const db2::Module& scene = *db2::lookupModule(L"Scene");
+    auto type = std::make_unique<db2::NodeTemplate>(L"Gadget", 0xFFFF0000u, scene); // no number of the module Scene
+    ASSERT_EQ(application.library().registry().registerNodeTemplate(type.get()), db2::Status::kSuccess);
+    type.release(); // the registry's now
+    EXPECT_EQ(pressed("create Gad"), "create Gadget ");
+    EXPECT_EQ(pressed("types Gad"), "types Gadget ");
+}
+
+TEST_F(CompletionTest, TypesAndModulesThatOnlyTheDocumentKnows)
+{
+    EXPECT_EQ(candidates("create-unknown "), Texts());
+    EXPECT_EQ(candidates("create-unknown X "), Texts{"Scene"});
+    run("create-unknown Sticker Stationery --in |robot");
+    run("create-unknown Sticker Stationery");
+    run("create-unknown 'Sticky note' Stationery");
+    run("create-unknown Gizmo Scene --legacy");
+    EXPECT_EQ(candidates("create-unknown "), (Texts{"Gizmo", "Sticker", "Sticky note"}));
+    EXPECT_EQ(pressed("create-unknown Sticky"), "create-unknown 'Sticky note' ");
+    EXPECT_EQ(candidates("create-unknown X "), (Texts{"Scene", "Stationery"}));
+    EXPECT_EQ(candidates("create Sti"), Texts()) << "nodes of such types are made by 'create-unknown'";
 }
 
 TEST_F(CompletionTest, OptionsAndTheirValues)

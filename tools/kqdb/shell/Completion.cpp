@@ -1,8 +1,8 @@
 #include "Completion.h"
 
-#include "NodeTypes.h"
 #include "Shell.h"
 #include "ShellCommand.h"
+#include "UnknownNames.h"
 #include "Words.h"
 
 #include "ElementText.h"
@@ -11,6 +11,8 @@
 #include "TreeWalk.h"
 
 #include <db2/AttributeMetaData.h>
+#include <db2/NodeRegistry.h>
+#include <db2/NodeTemplate.h>
 #include <db2/Paths.h>
 #include <db2/ValueInfo.h>
 
@@ -228,6 +230,14 @@ std::string elementBefore(const std::vector<std::string>& before)
     return {};
 }
 
+void addNodeTypes(const db2::NodeRegistry& registry, Candidates& candidates)
+{
+    kqtl::pod_vector<const db2::NodeTemplate*> types;
+    registry.getNodeTemplates(types);
+    for (const db2::NodeTemplate* const type : types)
+        candidates.add(toUtf8(type->getTypeName()));
+}
+
 void addOptions(const ShellEntry& entry, Candidates& candidates)
 {
     for (const Parameter& parameter : entry.parameters)
@@ -245,9 +255,10 @@ void addArguments(Shell& shell, const Parameter& parameter, const std::vector<st
     case Kind::kValue: return addValues(shell, elementBefore(before), candidates);
     case Kind::kFile: return addFiles(candidates);
     case Kind::kCommand: return addCommands(candidates);
-    case Kind::kNodeType:
-        for (const db2::NodeTemplate* const type : nodeTypes(shell.application().library().registry()))
-            candidates.add(toUtf8(type->getTypeName()));
+    case Kind::kNodeType: return addNodeTypes(shell.application().library().registry(), candidates);
+    case Kind::kUnknownType:
+        for (const std::wstring& type : unknownNames(shell.document().root()).types)
+            candidates.add(toUtf8(type));
         return;
     case Kind::kValueType:
         for (unsigned int i = 0; i < db2::kAttributeTypeCount; ++i)
@@ -256,6 +267,8 @@ void addArguments(Shell& shell, const Parameter& parameter, const std::vector<st
     case Kind::kModule:
         for (const db2host::ModuleDefinition* const module : shell.application().library().modules())
             candidates.add(toUtf8(module->id()));
+        for (const std::wstring& module : unknownNames(shell.document().root()).modules)
+            candidates.add(toUtf8(module));
         return;
     case Kind::kOnOff:
         candidates.add("off");

@@ -25,7 +25,7 @@ struct Completion
 };
 
 /// @param textToCursor  the line up to the cursor, UTF-8.
-/// Cost: for a path, the children of the node that is asked for.
+/// Cost: for a path, the children of the node that is asked for; for a type or module that nobody knows, the tree.
 [[nodiscard]] Completion complete(Shell& shell, std::string_view textToCursor);
 
 } // namespace kqdb

@@ -19,9 +19,10 @@ enum class Kind
     kFlag, ///< an option without a value
     kNode, ///< the path of a node
     kElement,
-    kNodeType,
-    kValueType, ///< Int, Float, ...
-    kValue,     ///< of the element that is named before it
+    kNodeType,    ///< one that is registered
+    kUnknownType, ///< any name; those of unknown nodes come to mind
+    kValueType,   ///< Int, Float, ...
+    kValue,       ///< of the element that is named before it
     kModule,
     kFile,
     kOnOff,

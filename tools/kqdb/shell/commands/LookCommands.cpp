@@ -1,4 +1,3 @@
-#include "../NodeTypes.h"
 #include "../Shell.h"
 #include "../ShellCommand.h"
 #include "../ShortValue.h"
@@ -114,7 +113,9 @@ void printTypes(Shell& shell, const Arguments& arguments)
             throw Failure(name + ": there is no such node type; 'types' lists them");
         return printType(shell.out(), *type);
     }
-    for (const db2::NodeTemplate* const type : nodeTypes(registry))
+    kqtl::pod_vector<const db2::NodeTemplate*> types;
+    registry.getNodeTemplates(types);
+    for (const db2::NodeTemplate* const type : types)
     {
         shell.out().styled(Style::kName, type->getTypeName());
         if (type->getDocString() != nullptr)

@@ -142,7 +142,7 @@ void addNodeCommands(std::vector<ShellEntry>& table)
     table.push_back({kGroup,
                      "create-unknown",
                      "Make a node of a type that nobody knows",
-                     {{"TYPE", Kind::kText, "Any name"},
+                     {{"TYPE", Kind::kUnknownType, "Any name"},
                       {"MODULE", Kind::kModule, "The module that it belongs to"},
                       kName,
                       kIn,
