@@ -37,6 +37,8 @@ public:
     template <class... Parameters, class... Arguments>
     void notify(void (Observer::*member)(Parameters...), Arguments&&... arguments)
     {
+        if (observers_.empty()) // as most lists are; what is pending waits for an observer's call to end
+            return;
         notifying_ = true;
         for (std::size_t i = 0; i < observers_.size(); ++i)
             if (observers_[i] != nullptr)
