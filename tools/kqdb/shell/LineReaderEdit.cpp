@@ -69,8 +69,8 @@ public:
         el_set(editor_, EL_HIST, history, history_);
         el_set(editor_, EL_ADDFN, "kqdb-complete", "Complete a word", &EditLineReader::onComplete);
         el_set(editor_, EL_BIND, "^I", "kqdb-complete", nullptr);
-        // As a key and not as a signal, so that the line is dropped and not the document. The editor takes the terminal
-        // with the first key, after the prompt; until then it is a signal.
+        // As a key and not as a signal, so that the line is dropped and not the document. While a command runs it is a
+        // signal.
         std::signal(SIGINT, SIG_IGN);
         el_set(editor_, EL_SETTY, "-d", "-isig", nullptr);
         el_set(editor_, EL_ADDFN, "kqdb-interrupt", "Drop the line", &EditLineReader::onInterrupt);
@@ -89,6 +89,9 @@ public:
     {
         prompt_ = prompt;
         isInterrupted_ = false;
+        // Else the editor takes the terminal after the prompt, and the terminal makes its own of a key in between: of
+        // Ctrl-D, for example, no end but a null.
+        el_set(editor_, EL_PREP_TERM, 1);
         int count = 0;
         const char* const text = el_gets(editor_, &count);
         if (isInterrupted_ || text == nullptr || count <= 0)
