@@ -67,10 +67,10 @@ struct NodeExtras
 
 #if UINTPTR_MAX == 0xFFFFFFFFu
 static_assert(sizeof(Node) == 60 && sizeof(Attribute) == 12 && sizeof(AttributeArray) == 36 &&
-              sizeof(ReferenceLinks) == 20);
+              sizeof(ReferenceLinks) == roundUp(20, alignof(ReferenceLinks)) + 8);
 #else
 static_assert(sizeof(Node) == 104 && sizeof(Attribute) == 16 && sizeof(AttributeArray) == 56 &&
-              sizeof(ReferenceLinks) == 40);
+              sizeof(ReferenceLinks) == 48);
 #endif
 
 } // namespace db2

@@ -16,19 +16,26 @@ public:
     const Attribute* step(bool descend = true)
     {
         const Attribute* next = descend ? current_->getReferents() : nullptr;
+        depth_ += next != nullptr ? 1u : 0u;
         while (next == nullptr && current_ != start_)
         {
             next = current_->getSiblingReferent();
-            if (next == nullptr)
-                current_ = current_->getReference();
+            if (next != nullptr)
+                break;
+            current_ = current_->getReference();
+            --depth_;
         }
         current_ = next;
         return current_;
     }
 
+    /// How many references lead from the current attribute to the start; 0 at the end.
+    [[nodiscard]] unsigned int depth() const { return depth_; }
+
 private:
     const Attribute* start_;
     const Attribute* current_;
+    unsigned int depth_ = 0;
 };
 
 } // namespace db2

@@ -189,6 +189,9 @@ private:
 
     // References
     [[nodiscard]] static bool wouldCloseCycle(const Attribute& referenced, const Attribute& referencer);
+    static void restoreRanks(Attribute& referenced, Attribute& referencer);
+    static void lowerRanks(Attribute& attribute, std::int64_t rank);
+    static void raiseRanks(Attribute& attribute, std::int64_t rank);
     [[nodiscard]] static bool makeLinks(Attribute& attribute);
     static void dropUnusedLinks(Attribute& attribute);
     static void countEnd(Attribute& attribute, std::uint32_t change);

@@ -114,6 +114,7 @@ struct ReferenceLinks
     class Attribute* nextReferencer;     ///< the next in the list of those that reference `referenced`
     class Attribute* previousReferencer; ///< the one before; null for the head
     class Attribute* firstReferencer;    ///< head of the list of those that reference this one, newest first
+    std::int64_t rank; ///< greater than that of `referenced`, always: tells most cycles without a walk
 };
 
 inline const ElementMetaData* Element::getMetaData() const

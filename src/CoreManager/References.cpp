@@ -10,20 +10,68 @@
 namespace db2 {
 
 /// A cycle would close when the chain above @p referenced leads to @p referencer, which is when @p referenced is among
-/// the referencers below @p referencer. Both are walked in step and whichever ends first decides, so that chains and
-/// trees of references grow in linear time at either end.
+/// the referencers below @p referencer. Ranks grow downwards, so neither walk need go beyond the other end's rank. Both
+/// go in step and whichever ends first decides.
 bool CoreManager::wouldCloseCycle(const Attribute& referenced, const Attribute& referencer)
 {
+    if (!referenced.hasLinks() || !referencer.hasLinks())
+        return false;
+    const std::int64_t least = referencer.links_->rank;
+    const std::int64_t greatest = referenced.links_->rank;
     ReferencerWalk below(referencer);
-    for (const Attribute* above = referenced.getReference(); above != nullptr; above = above->getReference())
+    bool leadsOn = true;
+    for (const Attribute* above = &referenced; above != nullptr && above->links_->rank >= least;)
     {
-        const Attribute* const seen = below.step();
+        const Attribute* const seen = below.step(leadsOn);
         if (above == &referencer || seen == &referenced)
             return true;
         if (seen == nullptr)
             return false;
+        leadsOn = seen->links_->rank < greatest;
+        above = above->getReference();
     }
     return false;
+}
+
+/// After the two were linked: gives the chain above smaller ranks or the referencers below greater ones, whichever are
+/// fewer. What takes another one's place in a chain costs nothing then, wherever it stands.
+void CoreManager::restoreRanks(Attribute& referenced, Attribute& referencer)
+{
+    const std::int64_t greatest = referencer.links_->rank - 1; // for what is lowered
+    const std::int64_t least = referenced.links_->rank + 1;    // for what is raised
+    ReferencerWalk below(referencer);
+    bool isLow = true;
+    std::int64_t highest = greatest;
+    for (const Attribute* above = &referenced; above != nullptr && above->links_->rank > highest; --highest)
+    {
+        const Attribute* const at = below.step(isLow);
+        if (at == nullptr)
+            return raiseRanks(referencer, least);
+        isLow = at->links_->rank < least + below.depth();
+        above = above->getReference();
+    }
+    lowerRanks(referenced, greatest);
+}
+
+/// Of the attribute, and of those above it as far as they are not smaller anyway.
+void CoreManager::lowerRanks(Attribute& attribute, std::int64_t rank)
+{
+    for (Attribute* at = &attribute; at != nullptr && at->links_->rank > rank; at = at->getReference())
+        at->links_->rank = rank--;
+}
+
+/// Of the attribute, and of those below it as far as they are not greater anyway.
+void CoreManager::raiseRanks(Attribute& attribute, std::int64_t rank)
+{
+    attribute.links_->rank = rank;
+    ReferencerWalk below(attribute);
+    bool isLow = true;
+    while (const Attribute* const at = below.step(isLow))
+    {
+        isLow = at->links_->rank < rank + below.depth();
+        if (isLow)
+            at->links_->rank = rank + below.depth();
+    }
 }
 
 // --- The side record of an attribute's links ---
@@ -36,7 +84,7 @@ bool CoreManager::makeLinks(Attribute& attribute)
     void* const place = KQTLAlloc(sizeof(ReferenceLinks), alignof(ReferenceLinks));
     if (place == nullptr)
         return false;
-    attribute.links_ = ::new (place) ReferenceLinks{attribute.metaData_, nullptr, nullptr, nullptr, nullptr};
+    attribute.links_ = ::new (place) ReferenceLinks{attribute.metaData_, nullptr, nullptr, nullptr, nullptr, 0};
     attribute.setFlag(ElementFlag::kHasLinks);
     return true;
 }
@@ -80,6 +128,7 @@ Status CoreManager::db_createReference(Attribute* referenced, Attribute* referen
     newest = referencer;
     if (singleOutput)
         referencer->setFlag(ElementFlag::kSingleOutput);
+    restoreRanks(*referenced, *referencer);
     countEnd(*referenced, 1);
     countEnd(*referencer, 1);
     ++statistics_.references;

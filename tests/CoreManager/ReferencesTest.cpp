@@ -185,6 +185,44 @@ TEST_F(CoreManagerReferencesTest, AReferenceToTheOtherEndOfATreeOfReferencesIsAC
     EXPECT_EQ(core.canCreateReference(d, intOf(L"e"), false), Status::kSuccess);
 }
 
+TEST_F(CoreManagerReferencesTest, AmongRandomReferencesACycleIsFoundExactlyWhenAWalkFindsOne)
+{
+    for (const unsigned int seed : {1u, 2u, 3u, 4u})
+    {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        std::mt19937 engine(seed);
+        const std::vector<Attribute*> all = manyAttributes(60);
+        const auto any = [&] { return all[engine() % all.size()]; };
+        const auto leadsTo = [](const Attribute* from, const Attribute* to) {
+            while (from != nullptr && from != to)
+                from = from->getReference();
+            return from == to;
+        };
+        std::size_t cycles = 0;
+        for (int step = 0; step < 20'000; ++step)
+        {
+            Attribute* const referenced = any();
+            Attribute* const referencer = any();
+            if (referencer->getReference() != nullptr)
+            {
+                if (engine() % 3 != 0) // else most end up below one source
+                    dereference(referencer);
+            }
+            else if (referenced != referencer)
+            {
+                const bool isCycle = leadsTo(referenced, referencer);
+                cycles += isCycle ? 1u : 0u;
+                ASSERT_EQ(core.db_createReference(referenced, referencer, false),
+                          isCycle ? Status::kReferenceCycle : Status::kSuccess);
+            }
+        }
+        EXPECT_GT(cycles, 100u);
+        for (Attribute* const attribute : all)
+            if (attribute->getReference() != nullptr)
+                dereference(attribute);
+    }
+}
+
 TEST_F(CoreManagerReferencesTest, ReferencesBetweenTheSameNodesInBothDirectionsAreNoCycle)
 {
     reference(a, b);
@@ -213,6 +251,41 @@ TEST_F(CoreManagerReferencesTest, AChainOfAHundredThousandIsBuiltAtEitherEndAndR
         EXPECT_EQ(core.canCreateReference(chain.back(), chain.front(), false), Status::kReferenceCycle);
     }
     EXPECT_EQ(referenceCount(), 2 * (kLength - 1));
+}
+
+/// As when nodes in the middle of a chain are converted: a walk to the nearer end for each would take minutes.
+TEST_F(CoreManagerReferencesTest, EveryAttributeOfALongChainIsReplacedFromEitherEnd)
+{
+    constexpr std::size_t kLength = 300'000;
+    for (const bool isFromTheSource : {true, false})
+    {
+        SCOPED_TRACE(isFromTheSource ? "from the source" : "from the reader");
+        const std::vector<Attribute*> all = manyAttributes(2 * kLength);
+        for (std::size_t i = 1; i < kLength; ++i)
+            reference(all[i - 1], all[i]);
+        for (std::size_t step = 0; step < kLength; ++step)
+        {
+            const std::size_t i = isFromTheSource ? step : kLength - 1 - step;
+            Attribute* const replaced = all[i];
+            Attribute* const replacement = all[kLength + i];
+            if (Attribute* const reader = replaced->getReferents())
+            {
+                dereference(reader);
+                reference(replacement, reader);
+            }
+            if (Attribute* const source = replaced->getReference())
+            {
+                dereference(replaced);
+                reference(source, replacement);
+            }
+        }
+        EXPECT_EQ(core.canCreateReference(all.back(), all[kLength], false), Status::kReferenceCycle);
+        for (std::size_t i = kLength + 1; i < 2 * kLength; ++i)
+        {
+            ASSERT_EQ(all[i]->getReference(), all[i - 1]);
+            dereference(all[i]);
+        }
+    }
 }
 
 enum class DestroyOrder
