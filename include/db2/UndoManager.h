@@ -47,7 +47,8 @@ public:
 
     /// Takes back the newest item of the undo stack, puts its redo on the redo stack, and forwards a commit.
     /// @return kFailure, changing nothing, when there is none, when something is not committed, while an attribute is
-    ///         locked, when memory is out, and when called from within a commit, undo, redo or rollback of this layer.
+    ///         locked, when memory is out, and when called from within a commit, transient or not, an undo, redo or
+    ///         rollback of this layer.
     Status undo();
 
     /// The same for the redo stack, whose other items stay.
@@ -134,8 +135,11 @@ public:
     Status db_lockAttribute(Attribute* attribute, ValueHandle* outValue) override;
     Status db_lockAttributeArray(AttributeArray* array, void** outValues) override;
     /// Closes the open item under the description and drops the redo stack, when the item holds anything. The item stays
-    /// open when memory is out and while an attribute is locked, which the next layers refuse.
+    /// open when memory is out and while an attribute is locked, which the next layers refuse. From within a commit,
+    /// undo, redo or rollback that is with the next layers, it closes the item only when they accept it.
     Status db_commit(const wchar_t* description, const wchar_t* file, unsigned int line) override;
+    /// The item stays open.
+    Status db_commitTransient() override;
     /// Drops the open item, the history and the rollback points, then forwards.
     Status db_clear() override;
 
@@ -148,6 +152,9 @@ private:
     Status createNode(Create create, Node** outNode);
     [[nodiscard]] static bool isExempt(const Element& element);
     [[nodiscard]] static bool isValueExempt(const Element& element);
+    Status commitWithin(const wchar_t* description, const wchar_t* file, unsigned int line);
+    Status forwardCommit(const wchar_t* description, const wchar_t* file, unsigned int line);
+    [[nodiscard]] bool closeUnit(const wchar_t* description);
     [[nodiscard]] bool closeItem(const wchar_t* description);
     void takeOverRefused(UndoItem& item);
     [[nodiscard]] bool canReplay() const;
@@ -170,8 +177,9 @@ private:
     int limit_ = kNoLimit;
     int revision_ = 0;
     int checkpoint_ = 0;
-    bool busy_ = false;        ///< inside a commit, undo, redo or rollback
-    bool isReplaying_ = false; ///< while operations are taken back, within that
+    bool busy_ = false;         ///< inside a commit, transient or not, an undo, redo or rollback
+    bool isForwarding_ = false; ///< while the next layers are at that commit, or at the one that ends a replay
+    bool isReplaying_ = false;  ///< while operations are taken back, within that
     bool lastReplayWasComplete_ = true;
 };
 

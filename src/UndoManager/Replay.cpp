@@ -70,7 +70,7 @@ Status UndoManager::replayTop(ItemStack& from, ItemStack& to, int revisionStep)
     const bool isUndo = &from == &undoStack_;
     observers_.notify(isUndo ? &UndoObserver::onUndoStackPopped : &UndoObserver::onRedoStackPopped, this);
     observers_.notify(isUndo ? &UndoObserver::onRedoStackPushed : &UndoObserver::onUndoStackPushed, this);
-    ForwardingLayer::db_commit(isUndo ? L"undo" : L"redo", kSourceFile, isUndo ? kUndoLine : kRedoLine);
+    forwardCommit(isUndo ? L"undo" : L"redo", kSourceFile, isUndo ? kUndoLine : kRedoLine);
     applyLimit();
     return Status::kSuccess;
 }
@@ -148,7 +148,7 @@ Status UndoManager::rollback(unsigned int point)
             renewCurrent();
         rollbackPoints_.clear();
     }
-    ForwardingLayer::db_commit(L"rollback", kSourceFile, kRollbackLine);
+    forwardCommit(L"rollback", kSourceFile, kRollbackLine);
     return Status::kSuccess;
 }
 

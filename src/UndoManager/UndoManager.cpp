@@ -42,12 +42,49 @@ Status UndoManager::db_commit(const wchar_t* description, const wchar_t* file, u
     if (isReplaying_)
         return Status::kFailure;
     const Setting busy(busy_);
-    if (!current_->isEmpty() && !closeItem(description))
+    if (isForwarding_)
+        return commitWithin(description, file, line);
+    if (!closeUnit(description))
         return Status::kFailure;
-    rollbackPoints_.clear();
-    const Status status = ForwardingLayer::db_commit(description, file, line);
+    const Status status = forwardCommit(description, file, line);
     applyLimit();
     return status;
+}
+
+/// A commit that arrives while another one is with the next layers, from an observer for example. They often refuse it,
+/// as change reporting does, so the unit is closed behind them.
+Status UndoManager::commitWithin(const wchar_t* description, const wchar_t* file, unsigned int line)
+{
+    const Status status = ForwardingLayer::db_commit(description, file, line);
+    if (status != Status::kSuccess)
+        return status;
+    if (!closeUnit(description))
+        return Status::kFailure;
+    applyLimit();
+    return status;
+}
+
+Status UndoManager::forwardCommit(const wchar_t* description, const wchar_t* file, unsigned int line)
+{
+    const Setting forwarding(isForwarding_);
+    return ForwardingLayer::db_commit(description, file, line);
+}
+
+Status UndoManager::db_commitTransient()
+{
+    const Setting busy(busy_);
+    const Setting forwarding(isForwarding_);
+    return ForwardingLayer::db_commitTransient();
+}
+
+/// Closes the open item, when it holds anything, and ends the rollback points. @return false, changing nothing, when
+/// memory is out.
+bool UndoManager::closeUnit(const wchar_t* description)
+{
+    if (!current_->isEmpty() && !closeItem(description))
+        return false;
+    rollbackPoints_.clear();
+    return true;
 }
 
 /// Moves the open item to the undo stack. @return false, changing nothing, when memory is out.
