@@ -140,7 +140,9 @@ public:
     Status db_commit(const wchar_t* description, const wchar_t* file, unsigned int line) override;
     /// The item stays open.
     Status db_commitTransient() override;
-    /// Drops the open item, the history and the rollback points, then forwards.
+    /// Drops the history, the open item and the rollback points, then forwards. What observers of the stacks edit
+    /// meanwhile is dropped too, and a commit of theirs is refused with kFailure.
+    /// @return kFailure, dropping nothing, from within a commit, undo, redo or rollback.
     Status db_clear() override;
 
 private:
@@ -180,6 +182,7 @@ private:
     bool busy_ = false;         ///< inside a commit, transient or not, an undo, redo or rollback
     bool isForwarding_ = false; ///< while the next layers are at that commit, or at the one that ends a replay
     bool isReplaying_ = false;  ///< while operations are taken back, within that
+    bool isClearing_ = false;   ///< while db_clear or the destructor drops the history
     bool lastReplayWasComplete_ = true;
 };
 

@@ -28,6 +28,7 @@ UndoManager::UndoManager(DataInterface* nextLayer, CoreManager& core)
 
 UndoManager::~UndoManager()
 {
+    const Setting clearing(isClearing_);
     clearUndoHistory();
     current_->clearFlags();
     dropOperations(*current_);
@@ -39,7 +40,7 @@ Status UndoManager::db_commit(const wchar_t* description, const wchar_t* file, u
 {
     if (core_.isLockOutstanding()) // refused below, and the item stays open
         return ForwardingLayer::db_commit(description, file, line);
-    if (isReplaying_)
+    if (isReplaying_ || isClearing_)
         return Status::kFailure;
     const Setting busy(busy_);
     if (isForwarding_)
@@ -125,12 +126,15 @@ Status UndoManager::db_clear()
 {
     if (core_.isLockOutstanding()) // refused below, and the history stays
         return ForwardingLayer::db_clear();
-    if (isReplaying_)
+    if (busy_)
         return Status::kFailure;
+    {
+        const Setting clearing(isClearing_);
+        clearUndoHistory(); // first: its observers may edit
+    }
     current_->clearFlags();
     dropOperations(*current_);
     renewCurrent();
-    clearUndoHistory();
     rollbackPoints_.clear();
     return ForwardingLayer::db_clear();
 }

@@ -161,5 +161,65 @@ TEST_F(UndoManagerReentryTest, ACommitByAnObserverOfTheStacksIsACommit)
     EXPECT_EQ(hand->getName(), L"hand");
 }
 
+// --- Clearing ---
+
+TEST_F(UndoManagerReentryTest, AClearWithinAnyCommitIsRefusedAndDropsNothing)
+{
+    rename(arm, L"leg");
+    expectRefusedInReports([&] { return undo.db_clear(); });
+    EXPECT_EQ(undo.db_commitTransient(), Status::kSuccess);
+    expectStacks(1, 1);
+    commit();
+    expectStacks(2, 0);
+    expectUndone();
+    expectRedone();
+    EXPECT_EQ(calls, 4);
+    expectStacks(2, 0);
+    EXPECT_EQ(arm->getName(), L"leg");
+}
+
+/// Edits, and commits if it shall, whenever an item leaves a stack.
+class EditorOfPoppedItems : public UndoObserver
+{
+public:
+    explicit EditorOfPoppedItems(bool commits) : commits_(commits) {}
+    void onUndoStackPopped(UndoManager* manager) override { edit(*manager); }
+    void onRedoStackPopped(UndoManager* manager) override { edit(*manager); }
+    int calls = 0;
+
+private:
+    void edit(UndoManager& manager)
+    {
+        ++calls;
+        Node* node = nullptr;
+        EXPECT_EQ(manager.db_createNode(Scene::kAll, L"log", nullptr, nullptr, &node), Status::kSuccess);
+        if (commits_)
+            manager.db_commit(L"log", L"test", 1);
+    }
+
+    bool commits_;
+};
+
+TEST_F(UndoManagerReentryTest, WhatObserversEditWhileTheHistoryIsClearedGoesWithTheTree)
+{
+    for (const bool commits : {false, true})
+    {
+        SCOPED_TRACE(commits);
+        EditorOfPoppedItems editor(commits);
+        Node* const made = node(L"made");
+        commit();
+        rename(made, L"other");
+        commit();
+        expectUndone();
+        undo.addObserver(&editor);
+        EXPECT_EQ(undo.db_clear(), Status::kSuccess);
+        undo.removeObserver(&editor);
+        EXPECT_GE(editor.calls, 2);
+        EXPECT_EQ(scene.root()->getFirstChild(), nullptr);
+        expectStacks(0, 0);
+        EXPECT_EQ(operationsOfCommit(), 0u);
+    }
+}
+
 } // namespace
 } // namespace db2test
