@@ -89,6 +89,8 @@ void ChangeListBase::removePointer(void* pointer)
     }
     if (entries_.empty())
         clearAll();
+    else if (holes_ > kScanUpTo && holes_ > entries_.size() / 2)
+        dropHoles(); // else a list that entries come to and go from in turn would grow without end
     else if (index_ != nullptr)
         index_->end = std::min(index_->end, entries_.size());
 }

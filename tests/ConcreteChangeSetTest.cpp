@@ -109,6 +109,49 @@ TEST_P(ConcreteChangeSetListTest, LeavesTheBitsOnTheObjectsAlone)
 
 // --- Taking out ---
 
+/// The largest block that was asked for while it lives.
+class LargestAllocation
+{
+public:
+    LargestAllocation()
+    {
+        largest() = 0;
+        previous_ = KQTLSetAllocHook([](std::size_t bytes) {
+            largest() = std::max(largest(), bytes);
+            return true;
+        });
+    }
+    LargestAllocation(const LargestAllocation&) = delete;
+    LargestAllocation& operator=(const LargestAllocation&) = delete;
+    ~LargestAllocation() { KQTLSetAllocHook(previous_); }
+
+    static std::size_t& largest()
+    {
+        static std::size_t bytes = 0;
+        return bytes;
+    }
+
+private:
+    KQTLAllocHook previous_;
+};
+
+TEST_F(ConcreteChangeSetTest, AListThatEntriesComeToAndGoFromInTurnStaysSmall)
+{
+    constexpr std::uintptr_t kLive = 100;
+    const auto entry = [](std::uintptr_t number) { return reinterpret_cast<Node*>(16 * (1 + number % (2 * kLive))); };
+    const LargestAllocation heap;
+    for (std::uintptr_t i = 0; i < 100 * kLive; ++i)
+    {
+        changes.addChangedNode(entry(i + kLive));
+        if (i >= kLive)
+            changes.removeChangedNode(entry(i));
+    }
+    EXPECT_LE(LargestAllocation::largest(), 16 * kLive * sizeof(void*));
+    ASSERT_EQ(changes.ChangedNodeCount(), kLive);
+    for (unsigned int i = 0; i < kLive; ++i)
+        EXPECT_EQ(changes.ChangedNode(i), entry(100 * kLive + i));
+}
+
 TEST_P(ConcreteChangeSetListTest, WhatIsTakenOutLeavesTheOthersInOrder)
 {
     fill(list, {0, 1, 2, 3, 4});
