@@ -6,6 +6,7 @@
 #include <db2/ObserverList.h>
 #include <db2/UndoObserver.h>
 
+#include <KQutils/FastHeap.h>
 #include <kqtl/pod_vector.h>
 #include <kqx/String.h>
 
@@ -68,7 +69,8 @@ public:
 
     /// Takes back what was done since the point, without leaving a redo, and forwards a commit. Point 0 without any point
     /// takes back the whole open item. A value that was first written before the point stays as it is, since only its
-    /// first value is known.
+    /// first value is known; so does every value of a node that was made in the unit before the point, also when it was
+    /// written behind the point.
     /// @return kFailure, changing nothing, when nothing is open; likewise, logged, for a point that does not exist; and
     ///         as undo().
     Status rollback(unsigned int point);
@@ -105,7 +107,8 @@ public:
     void setCheckpoint() { checkpoint_ = revision_; } ///< the document is saved as it is now
     [[nodiscard]] bool hasChangedSinceCheckpoint() const { return checkpoint_ != revision_; }
 
-    // --- Observers: not owned; one that comes or goes during a notification does so after it ---
+    // --- Observers: not owned; one that comes or goes during a notification does so after it. What one throws is logged
+    //     as a warning and ends that notification only ---
 
     void addObserver(UndoObserver* observer) { observers_.add(observer); }
     void removeObserver(UndoObserver* observer) { observers_.remove(observer); }
@@ -148,6 +151,13 @@ public:
 private:
     using ItemStack = std::deque<std::unique_ptr<UndoItem>>; // the limit takes items off its front
 
+    struct RollbackPoint
+    {
+        unsigned int operations; ///< in the open item
+        bool hasMark;            ///< false when the item's heap cannot be rewound to it any more
+        KQutils::FastHeap::Mark mark;
+    };
+
     template <class Make, class Edit>
     Status record(Make make, Edit edit);
     template <class Create>
@@ -167,15 +177,17 @@ private:
     void dropOperations(UndoItem& item);
     void dropOldest(std::unique_ptr<UndoItem> oldest);
     [[nodiscard]] bool dropAllButRefused(UndoItem& item, OperationList& refused);
+    void notify(void (UndoObserver::*member)(UndoManager*));
+    void rewindTo(unsigned int point, bool keptAny);
     void applyLimit();
     void renewCurrent();
 
     ObserverList<UndoObserver> observers_;
     CoreManager& core_;
-    std::unique_ptr<UndoItem> current_;             ///< the open item; always there
-    ItemStack undoStack_;                           ///< the top is the last; null where an item is about to stand
-    ItemStack redoStack_;                           ///< likewise
-    kqtl::pod_vector<unsigned int> rollbackPoints_; ///< numbers of operations in the open item
+    std::unique_ptr<UndoItem> current_; ///< the open item; always there
+    ItemStack undoStack_;               ///< the top is the last; null where an item is about to stand
+    ItemStack redoStack_;               ///< likewise
+    kqtl::pod_vector<RollbackPoint> rollbackPoints_;
     int limit_ = kNoLimit;
     int revision_ = 0;
     int checkpoint_ = 0;

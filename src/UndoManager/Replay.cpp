@@ -65,11 +65,13 @@ Status UndoManager::replayTop(ItemStack& from, ItemStack& to, int revisionStep)
     if (lends)
         current_->keepAlive(std::move(replayed));
     to.back() = std::exchange(current_, std::move(next));
+    for (RollbackPoint& point : rollbackPoints_) // they live on, over another item
+        point.hasMark = false;
     revision_ += revisionStep;
 
     const bool isUndo = &from == &undoStack_;
-    observers_.notify(isUndo ? &UndoObserver::onUndoStackPopped : &UndoObserver::onRedoStackPopped, this);
-    observers_.notify(isUndo ? &UndoObserver::onRedoStackPushed : &UndoObserver::onUndoStackPushed, this);
+    notify(isUndo ? &UndoObserver::onUndoStackPopped : &UndoObserver::onRedoStackPopped);
+    notify(isUndo ? &UndoObserver::onRedoStackPushed : &UndoObserver::onUndoStackPushed);
     forwardCommit(isUndo ? L"undo" : L"redo", kSourceFile, isUndo ? kUndoLine : kRedoLine);
     applyLimit();
     return Status::kSuccess;
@@ -116,8 +118,18 @@ unsigned int UndoManager::createRollbackPoint()
     const auto point = static_cast<unsigned int>(rollbackPoints_.size());
     if (!reserveOneMore(rollbackPoints_))
         return kNoRollbackPoint;
-    rollbackPoints_.push_back(current_->operations.count());
+    rollbackPoints_.push_back(RollbackPoint{current_->operations.count(), true, current_->mark()});
     return point;
+}
+
+/// Gives back the heap of what was taken back behind the point, unless some of it was kept. Later points stay, but what
+/// they marked is gone or no longer all that stands before them.
+void UndoManager::rewindTo(unsigned int point, bool keptAny)
+{
+    for (std::size_t later = point + std::size_t{1}; later < rollbackPoints_.size(); ++later)
+        rollbackPoints_[later].hasMark = false;
+    if (rollbackPoints_[point].hasMark && !keptAny)
+        current_->rewind(rollbackPoints_[point].mark);
 }
 
 Status UndoManager::rollback(unsigned int point)
@@ -129,7 +141,7 @@ Status UndoManager::rollback(unsigned int point)
         logError(L"Failed to rollback. Invalid rollback point.");
         return Status::kFailure;
     }
-    const unsigned int target = point < rollbackPoints_.size() ? rollbackPoints_[point] : 0;
+    const unsigned int target = point < rollbackPoints_.size() ? rollbackPoints_[point].operations : 0;
     if (target > current_->operations.count())
     {
         logError(L"Internal error in UndoManager::rollback()");
@@ -140,6 +152,7 @@ Status UndoManager::rollback(unsigned int point)
     replayOperations(*current_, target, *db_getNextInterface(), [&](UndoableOperation& operation, bool) {
         kept.add(operation); // what could not come back stays destroyed in the open item
     });
+    const bool keptAny = kept.count() != 0;
     while (UndoableOperation* const operation = kept.takeNewest())
         current_->operations.add(*operation);
     if (target == 0)
@@ -147,6 +160,10 @@ Status UndoManager::rollback(unsigned int point)
         if (current_->isEmpty())
             renewCurrent();
         rollbackPoints_.clear();
+    }
+    else
+    {
+        rewindTo(point, keptAny);
     }
     forwardCommit(L"rollback", kSourceFile, kRollbackLine);
     return Status::kSuccess;

@@ -2,6 +2,8 @@
 
 #include <db2/UndoManager.h>
 
+#include <db2/Library.h>
+
 #include "../OutOfMemory.h"
 #include "Setting.h"
 #include "UndoItem.h"
@@ -29,6 +31,21 @@ kqx::String descriptionAt(const ItemStack& stack, int index)
 }
 
 } // namespace
+
+// --- Observers ---
+
+/// As change reporting treats its own: those behind the one that throws are not told this time.
+void UndoManager::notify(void (UndoObserver::*member)(UndoManager*))
+{
+    try
+    {
+        observers_.notify(member, this);
+    }
+    catch (...)
+    {
+        logWarning(L"UndoManager. Unknown exception caught whilst notifying observers.");
+    }
+}
 
 // --- The stacks ---
 
@@ -82,7 +99,7 @@ void UndoManager::applyLimit()
         std::unique_ptr<UndoItem> oldest = std::move(undoStack_.front());
         undoStack_.pop_front();
         dropOldest(std::move(oldest));
-        observers_.notify(&UndoObserver::onUndoStackPoppedFront, this);
+        notify(&UndoObserver::onUndoStackPoppedFront);
     }
 }
 
@@ -121,7 +138,7 @@ void UndoManager::dropStack(ItemStack& stack, void (UndoObserver::*popped)(UndoM
         stack.pop_back();
         if (item != nullptr)
             dropOperations(*item);
-        observers_.notify(popped, this);
+        notify(popped);
     }
 }
 

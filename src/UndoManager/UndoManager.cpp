@@ -103,7 +103,7 @@ bool UndoManager::closeItem(const wchar_t* description)
     undoStack_.back() = std::exchange(current_, std::move(next));
     ++revision_;
     dropStack(redoStack_, &UndoObserver::onRedoStackPopped);
-    observers_.notify(&UndoObserver::onUndoStackPushed, this);
+    notify(&UndoObserver::onUndoStackPushed);
     return true;
 }
 

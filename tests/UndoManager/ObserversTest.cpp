@@ -256,19 +256,50 @@ TEST_F(UndoManagerObserversTest, MayLowerTheLimit)
     EXPECT_EQ(undo.getUndoStackSize(), 0u);
 }
 
-TEST_F(UndoManagerObserversTest, MayThrowAndTheManagerGoesOn)
+TEST_F(UndoManagerObserversTest, MayThrowWhichIsLoggedAndTheManagerGoesOn)
 {
+    const auto warnings = [this] {
+        const std::vector<LogRecorder::Line> lines = scene.log().take();
+        for (const LogRecorder::Line& line : lines)
+            EXPECT_EQ(line, (LogRecorder::Line{LogRecorder::kWarning, L"KQDatabase2 : UndoManager. Unknown exception "
+                                                                      L"caught whilst notifying observers."}));
+        return lines.size();
+    };
+    edit();
     edit();
     observer.inCall = [](UndoManager*) { throw 1; };
-    EXPECT_THROW(undo.undo(), int);
+    below.take();
+    EXPECT_EQ(undo.undo(), Status::kSuccess);
+    EXPECT_EQ(warnings(), 2u);
+    EXPECT_EQ(below.take(), (std::vector<std::string>{"db_renameNode", "db_commit"}));
+    EXPECT_EQ(undo.redo(), Status::kSuccess);
+    EXPECT_EQ(warnings(), 2u);
+    EXPECT_EQ(undo.undo(), Status::kSuccess);
     rename(arm, L"leg");
-    EXPECT_THROW(undo.db_commit(L"edit", L"test", 1), int);
+    take();
+    warnings();
+    commit(); // an item pushed, the redo item dropped
+    EXPECT_EQ(warnings(), 2u);
+    EXPECT_EQ(undo.getUndoStackSize(), 2u);
+    undo.setMaxUndoItems(1);
+    EXPECT_EQ(warnings(), 1u);
+    EXPECT_EQ(undo.db_clear(), Status::kSuccess);
+    EXPECT_EQ(warnings(), 1u);
+    EXPECT_FALSE(undo.canUndo());
+}
+
+TEST_F(UndoManagerObserversTest, MayThrowAtTheEndOfTheManager)
+{
+    observer.inCall = [](UndoManager*) { throw 1; };
+    {
+        UndoManager shortLived(&core, core);
+        ASSERT_EQ(shortLived.db_renameNode(arm, L"leg"), Status::kSuccess);
+        ASSERT_EQ(shortLived.db_commit(L"edit", L"test", 1), Status::kSuccess);
+        shortLived.addObserver(&observer);
+    }
+    EXPECT_EQ(take(), Notes{"undo popped, 0/0"});
+    EXPECT_EQ(scene.log().take().size(), 1u);
     observer.inCall = nullptr;
-    commit();
-    EXPECT_EQ(arm->getName(), L"leg");
-    EXPECT_EQ(undo.getUndoStackSize(), 1u);
-    expectUndone();
-    EXPECT_EQ(arm->getName(), L"arm");
 }
 
 TEST_F(UndoManagerObserversTest, MayEdit)

@@ -185,6 +185,47 @@ TEST_F(UndoManagerRollbackTest, TheRestOfTheUnitCanBeCommittedAndUndone)
     EXPECT_TRUE(isSameDump(atPoint, dump()));
 }
 
+TEST_F(UndoManagerRollbackTest, WhatIsTakenBackBehindAPointGivesItsMemoryBack)
+{
+    rename(arm, L"leg");
+    const unsigned int point = undo.createRollbackPoint();
+    for (int i = 0; i < 1000; ++i)
+    {
+        write(floatOf(hand), 1.0f);
+        rename(hand, std::wstring(100, L'n').c_str());
+        ASSERT_EQ(undo.rollback(point), Status::kSuccess);
+    }
+    commit();
+    EXPECT_LE(undo.getUndoMemoryInUse(0), 1000u);
+    expectUndone();
+    EXPECT_EQ(nameOfArm(), L"arm");
+}
+
+/// What could not come back stays in the open item, behind places that later points had.
+TEST_F(UndoManagerRollbackTest, LaterPointsOutliveARollbackThatKeepsSomething)
+{
+    Node* const other = node(L"other");
+    settle();
+    rename(arm, L"one");
+    const unsigned int first = undo.createRollbackPoint();
+    rename(arm, L"two");
+    const unsigned int second = undo.createRollbackPoint();
+    destroy(other);
+    below.refuse({"db_createNode"});
+    EXPECT_EQ(undo.rollback(first), Status::kSuccess);
+    EXPECT_FALSE(undo.lastReplayWasComplete());
+    below.refuseNothing();
+    for (int i = 0; i < 100; ++i)
+        rename(hand, std::wstring(static_cast<std::size_t>(10 + i), L'n').c_str());
+    EXPECT_EQ(undo.rollback(second), Status::kSuccess);
+    EXPECT_EQ(hand->getName(), L"hand");
+    rename(hand, std::wstring(500, L'n').c_str());
+    EXPECT_EQ(undo.rollback(first), Status::kSuccess);
+    EXPECT_TRUE(undo.lastReplayWasComplete());
+    EXPECT_FALSE(other->isDestroyed());
+    EXPECT_EQ(nameOfArm(), L"one");
+}
+
 // --- Points after a rollback ---
 
 TEST_F(UndoManagerRollbackTest, PointsStayWhenSomeWorkIsLeft)
