@@ -8,6 +8,7 @@
 #include "../UndoAccess.h"
 #include "ElementOperations.h"
 #include "NodeOperations.h"
+#include "Setting.h"
 #include "UndoItem.h"
 #include "ValueOperations.h"
 
@@ -37,19 +38,22 @@ Operation* makeSaved(UndoItem& item, Object& object, const Arguments&... argumen
 template <class Make, class Edit>
 Status UndoManager::record(Make make, Edit edit)
 {
+    const Setting busy(busy_); // a rollback by a layer further in would give back what is about to be recorded
     UndoItem& item = *current_;
     const KQutils::FastHeap::Mark mark = item.mark();
     const unsigned int recorded = item.operations.count();
+    const std::size_t points = rollbackPoints_.size();
     auto* const operation = make(item);
     const Status status = operation != nullptr ? edit(*operation) : Status::kFailure;
-    if (status == Status::kSuccess)
+    if (status == Status::kSuccess && operation->hasSubject()) // else a next layer made nothing and says that it did
     {
         item.operations.add(*operation);
         return status;
     }
     if (operation != nullptr)
         operation->release();
-    if (item.operations.count() == recorded) // else a layer further in recorded something meanwhile, behind the mark
+    // Else a layer further in recorded something meanwhile, or made a point, behind the mark.
+    if (item.operations.count() == recorded && rollbackPoints_.size() == points)
         item.rewind(mark);
     return status;
 }
@@ -78,7 +82,8 @@ Status UndoManager::createNode(Create create, Node** outNode)
                       const Status status = create(&created);
                       if (status != Status::kSuccess)
                           return status;
-                      operation.setNode(created);
+                      if (created != nullptr)
+                          operation.setNode(created);
                       if (outNode != nullptr)
                           *outNode = created;
                       return status;
@@ -163,7 +168,8 @@ Status UndoManager::db_createDynamicElement(const ElementMetaDataDef& definition
                           ForwardingLayer::db_createDynamicElement(definition, name, node, next, &created);
                       if (status != Status::kSuccess)
                           return status;
-                      operation.setElement(created);
+                      if (created != nullptr)
+                          operation.setElement(created);
                       if (outElement != nullptr)
                           *outElement = created;
                       return status;
@@ -235,7 +241,7 @@ Status UndoManager::db_lockAttribute(Attribute* attribute, ValueHandle* outValue
     const Status status = ForwardingLayer::db_lockAttribute(attribute, outValue != nullptr ? &value : nullptr);
     if (status != Status::kSuccess)
         return status;
-    if (!attribute->hasFlag(ElementFlag::kRecordedInItem) && !isValueExempt(*attribute))
+    if (attribute != nullptr && !attribute->hasFlag(ElementFlag::kRecordedInItem) && !isValueExempt(*attribute))
     {
         // What the lock handed out is the value, unless a layer further in only says that it locked.
         const ConstValueHandle oldValue = value.isNull() ? attribute->getValue() : ConstValueHandle(value);
@@ -250,7 +256,8 @@ Status UndoManager::db_lockAttribute(Attribute* attribute, ValueHandle* outValue
             return recorded;
         }
     }
-    *outValue = value;
+    if (outValue != nullptr)
+        *outValue = value;
     return status;
 }
 
@@ -260,7 +267,7 @@ Status UndoManager::db_lockAttributeArray(AttributeArray* array, void** outValue
     const Status status = ForwardingLayer::db_lockAttributeArray(array, outValues != nullptr ? &values : nullptr);
     if (status != Status::kSuccess)
         return status;
-    if (!isValueExempt(*array))
+    if (array != nullptr && !isValueExempt(*array))
     {
         const Status recorded = record([&](UndoItem& item) { return makeSaved<WriteArrayOperation>(item, *array); },
                                        [](WriteArrayOperation&) { return Status::kSuccess; });
@@ -270,7 +277,8 @@ Status UndoManager::db_lockAttributeArray(AttributeArray* array, void** outValue
             return recorded;
         }
     }
-    *outValues = values;
+    if (outValues != nullptr)
+        *outValues = values;
     return status;
 }
 

@@ -30,6 +30,9 @@ public:
 
     [[nodiscard]] bool has(Duty duty) const { return (duties_ & duty) != 0; }
 
+    /// False for an operation on nothing, which there is no need to take back.
+    [[nodiscard]] bool hasSubject() const { return subject_ != nullptr; }
+
     /// The recorded edit's name, for messages.
     [[nodiscard]] virtual const wchar_t* name() const = 0;
 

@@ -1,5 +1,7 @@
 #include "support/UndoFixture.h"
 
+#include <db2/testing/RecordingLayer.h>
+
 #include <string>
 #include <vector>
 
@@ -463,6 +465,23 @@ TEST_F(UndoManagerRecordingTest, EveryOperationIsForwardedOnce)
                                                "db_commit",
                                                "db_clear"};
     EXPECT_EQ(below.take(), expected);
+}
+
+/// A layer that answers success to everything, and writes no result.
+TEST_F(UndoManagerRecordingTest, WhatTheNextLayerOnlySaysItMadeIsNotRecorded)
+{
+    conformance::RecordingLayer yes(nullptr);
+    undo.db_setNextInterface(&yes);
+    Node* made = nullptr;
+    Element* element = nullptr;
+    EXPECT_EQ(undo.db_createNode(Scene::kAll, L"n", nullptr, nullptr, &made), Status::kSuccess);
+    EXPECT_EQ(undo.db_createNode(Scene::kAll, L"n", nullptr, nullptr, nullptr), Status::kSuccess);
+    EXPECT_EQ(undo.db_createDynamicElement(FloatAttributeMetaDataDef(), L"e", scene.root(), nullptr, &element),
+              Status::kSuccess);
+    EXPECT_EQ(undo.db_lockAttribute(nullptr, nullptr), Status::kSuccess);
+    EXPECT_EQ(undo.db_lockAttributeArray(nullptr, nullptr), Status::kSuccess);
+    EXPECT_EQ(operationsOfCommit(), 0u);
+    undo.db_setNextInterface(&below);
 }
 
 } // namespace
