@@ -125,8 +125,14 @@ void ChangeManager::clear()
         });
     else
         clearHostSet();
+    clearSnapshot();
+}
+
+/// It may list what the next commit frees: nothing says of an object that it is listed there alone.
+void ChangeManager::clearSnapshot()
+{
     if (std::exchange(isSnapshotFilled_, false))
-        snapshot_->clear(); // it may list what the commit behind this is about to free
+        snapshot_->clear();
 }
 
 void ChangeManager::clearHostSet()
