@@ -3,8 +3,42 @@
 #include <db2/Node.h>
 
 #include "OutOfMemory.h"
+#include "WatchEvents.h"
+
+#include <iterator>
 
 namespace db2 {
+namespace {
+
+/// Lays the marks of a node's watch aside while the next layers destroy it, so that the core does not take the node for
+/// one that was destroyed without this layer. They come back unless the node is gone.
+class MarksAside
+{
+public:
+    explicit MarksAside(Node& node) : node_(node), marks_(node.getFlags() & NodeFlag::kWatchFlags)
+    {
+        node_.clearFlag(marks_);
+    }
+    MarksAside(const MarksAside&) = delete;
+    MarksAside& operator=(const MarksAside&) = delete;
+    ~MarksAside() { node_.setFlag(marks_); }
+
+    void drop() { marks_ = 0; }
+
+private:
+    Node& node_;
+    std::uint32_t marks_;
+};
+
+} // namespace
+
+// --- Construction ---
+
+WatchManager::WatchManager(DataInterface* nextLayer)
+    : ForwardingLayer(nextLayer), nodesTakenOut_(WatchEvents::nodesTakenOut),
+      endedElsewhere_(WatchEvents::endedElsewhere)
+{
+}
 
 // --- Watches ---
 
@@ -14,7 +48,8 @@ Status WatchManager::addWatch(Node* node)
         return Status::kFailure;
     if (isNodeWatched(node))
         return Status::kAlreadyWatched;
-    if (!succeeds([&] { watched_.insert(node); }))
+    // An entry that is there is of a watch that another layer ended, here or on a node that once had this address.
+    if (!succeeds([&] { watched_[node] = node; }))
         return Status::kFailure;
     node->setFlag(NodeFlag::kWatched);
     return Status::kSuccess;
@@ -24,9 +59,15 @@ Status WatchManager::removeWatch(Node* node)
 {
     if (!isNodeWatched(node))
         return Status::kRemoveUnwatched;
-    watched_.erase(node);
-    node->clearFlag(NodeFlag::kWatchFlags);
+    endWatch(*node);
     return Status::kSuccess;
+}
+
+void WatchManager::endWatch(Node& node)
+{
+    if (watched_.erase(&node) == 0)
+        ++WatchEvents::endedElsewhere;
+    node.clearFlag(NodeFlag::kWatchFlags);
 }
 
 Status WatchManager::enableWatch(Node* node, bool enable)
@@ -119,10 +160,16 @@ Status WatchManager::db_createUnknownNode(const wchar_t* typeName, const Module&
 
 Status WatchManager::db_destroyLeafNode(Node* node)
 {
+    if (!isNodeWatched(node))
+        return markIfDone(ForwardingLayer::db_destroyLeafNode(node), node);
+    MarksAside marks(*node);
     const Status status = ForwardingLayer::db_destroyLeafNode(node);
-    if (status == Status::kSuccess && isNodeWatched(node))
-        removeWatch(node);
-    return markIfDone(status, node);
+    if (status != Status::kSuccess)
+        return status;
+    marks.drop();
+    endWatch(*node);
+    updateWatchedNodes(node);
+    return status;
 }
 
 Status WatchManager::db_renameNode(Node* node, const wchar_t* name)
@@ -197,24 +244,47 @@ Status WatchManager::db_lockAttributeArray(AttributeArray* array, void** outValu
 
 // --- Units of work ---
 
-/// Ends the watches on nodes that an inner layer, undoing for example, has destroyed by itself: the core keeps such a
-/// node only for as long as it bears the mark.
 Status WatchManager::db_commit(const wchar_t* description, const wchar_t* file, unsigned int line)
 {
+    if (nodesTakenOut_ != WatchEvents::nodesTakenOut || endedElsewhere_ != WatchEvents::endedElsewhere)
+        endLostWatches();
+    return ForwardingLayer::db_commit(description, file, line);
+}
+
+/// Ends the watches on nodes that an inner layer, undoing for example, has destroyed by itself: the core keeps such a
+/// node only for as long as it bears the mark. One that was brought back since is watched on.
+void WatchManager::endLostWatches()
+{
+    const std::size_t taken = WatchEvents::nodesTakenOut;
+    const std::size_t ended = WatchEvents::endedElsewhere;
     for (auto at = watched_.begin(); at != watched_.end();)
     {
-        Node* const node = *at;
-        at = node->isDestroyed() ? watched_.erase(at) : std::next(at);
-        if (node->isDestroyed())
+        Node* const node = findNode(*at);
+        const bool goesOn = node != nullptr && !node->isDestroyed() && isNodeWatched(node);
+        if (goesOn)
+            at->second = node;
+        else if (node != nullptr)
             node->clearFlag(NodeFlag::kWatchFlags);
+        at = goesOn ? std::next(at) : watched_.erase(at);
     }
-    return ForwardingLayer::db_commit(description, file, line);
+    nodesTakenOut_ = taken;
+    endedElsewhere_ = ended;
+}
+
+/// The node of a watch; null when it may have been freed. The core frees none that bears the mark, so one whose handle
+/// became null is still there, unless another layer took the mark off.
+Node* WatchManager::findNode(const Watches::value_type& watch) const
+{
+    if (watch.second)
+        return watch.second.get();
+    return endedElsewhere_ == WatchEvents::endedElsewhere ? watch.first : nullptr;
 }
 
 Status WatchManager::db_clear()
 {
-    for (Node* const node : watched_)
-        node->clearFlag(NodeFlag::kWatchFlags);
+    for (const auto& watch : watched_)
+        if (Node* const node = findNode(watch))
+            node->clearFlag(NodeFlag::kWatchFlags);
     watched_.clear();
     return ForwardingLayer::db_clear();
 }

@@ -529,6 +529,99 @@ TEST_F(WatchManagerOutsideUndoTest, AUndoThatIsReplayedBelowMarksNothing)
     EXPECT_EQ(hand->getName(), L"hand");
 }
 
+TEST_F(WatchManagerOutsideUndoTest, AWatchGoesOnWhenItsNodeWasBroughtBackBelowBeforeTheNextCommit)
+{
+    Node* made = nullptr;
+    ASSERT_EQ(watches.db_createNode(Scene::kAll, L"made", nullptr, nullptr, &made), Status::kSuccess);
+    ASSERT_EQ(watches.db_commit(L"make", L"", 0), Status::kSuccess);
+    ASSERT_EQ(watches.addWatch(made), Status::kSuccess);
+    for (int round = 0; round < 2; ++round)
+    {
+        ASSERT_EQ(undo.undo(), Status::kSuccess);
+        ASSERT_TRUE(made->isDestroyed());
+        ASSERT_EQ(undo.redo(), Status::kSuccess);
+        ASSERT_EQ(scene.root()->getLastChild(), made);
+        ASSERT_EQ(watches.db_commit(L"", L"", 0), Status::kSuccess);
+        EXPECT_TRUE(watches.isNodeWatched(made));
+        EXPECT_EQ(watches.resetWatch(made), Status::kSuccess);
+        ValueHandle value;
+        ASSERT_EQ(watches.db_lockAttribute(made->findAttributeByName(L"Int"), &value), Status::kSuccess);
+        EXPECT_TRUE(watches.hasWatchedNodeChanged(made));
+        ASSERT_EQ(watches.db_unlockAttribute(made->findAttributeByName(L"Int")), Status::kSuccess);
+        ASSERT_EQ(undo.rollback(0), Status::kSuccess);
+    }
+    ASSERT_EQ(undo.undo(), Status::kSuccess);
+    ASSERT_EQ(watches.db_commit(L"", L"", 0), Status::kSuccess);
+    EXPECT_FALSE(made->hasAnyFlag(NodeFlag::kWatchFlags)) << "undo holds it, but it was away at a commit";
+}
+
+TEST_F(WatchManagerOutsideUndoTest, AClearEndsTheWatchesOnNodesThatWereTakenBackBelow)
+{
+    Node* made = nullptr;
+    ASSERT_EQ(watches.db_createNode(Scene::kAll, L"made", nullptr, nullptr, &made), Status::kSuccess);
+    ASSERT_EQ(watches.db_commit(L"make", L"", 0), Status::kSuccess);
+    ASSERT_EQ(watches.addWatch(made), Status::kSuccess);
+    ASSERT_EQ(undo.undo(), Status::kSuccess);
+    next.answer(Status::kLockOutstanding);
+    EXPECT_EQ(watches.db_clear(), Status::kLockOutstanding);
+    EXPECT_FALSE(made->hasAnyFlag(NodeFlag::kWatchFlags));
+    next.answer(Status::kSuccess);
+}
+
+// --- Two layers for one tree ---
+
+/// Another watch layer inside the first. Nodes that are gone are named to a layer no more; what would still lead to one is
+/// found by the address sanitizer.
+class TwoWatchManagersTest : public WatchManagerTest
+{
+protected:
+    TwoWatchManagersTest() { next.db_setNextInterface(&inner); }
+    ~TwoWatchManagersTest() override { next.db_setNextInterface(&scene.core()); }
+
+    void commitTwice()
+    {
+        for (int i = 0; i < 2; ++i)
+            EXPECT_EQ(watches.db_commit(L"", L"", 0), Status::kSuccess);
+    }
+
+    WatchManager inner{&scene.core()};
+};
+
+TEST_F(TwoWatchManagersTest, ADestructionEndsTheWatchOfEitherLayer)
+{
+    ASSERT_EQ(watches.addWatch(hand), Status::kSuccess);
+    ASSERT_EQ(inner.addWatch(shelf), Status::kSuccess);
+    ASSERT_EQ(watches.db_destroyLeafNode(hand), Status::kSuccess);
+    ASSERT_EQ(watches.db_destroyLeafNode(shelf), Status::kSuccess);
+    EXPECT_FALSE(hand->hasAnyFlag(NodeFlag::kWatchFlags));
+    EXPECT_FALSE(shelf->hasAnyFlag(NodeFlag::kWatchFlags));
+    commitTwice();
+    EXPECT_TRUE(watches.isNodeWatched(arm));
+    EXPECT_EQ(watches.db_clear(), Status::kSuccess);
+}
+
+TEST_F(TwoWatchManagersTest, ADestructionFurtherInEndsTheOutersWatchAsWell)
+{
+    ASSERT_EQ(watches.addWatch(hand), Status::kSuccess);
+    ASSERT_EQ(inner.db_destroyLeafNode(hand), Status::kSuccess);
+    EXPECT_FALSE(hand->hasAnyFlag(NodeFlag::kWatchFlags));
+    ASSERT_EQ(inner.db_commit(L"", L"", 0), Status::kSuccess); // which frees it
+    commitTwice();
+    EXPECT_EQ(watches.db_clear(), Status::kSuccess);
+}
+
+TEST_F(TwoWatchManagersTest, AWatchThatTheOtherLayerEndedLeavesNothingBehind)
+{
+    ASSERT_EQ(watches.addWatch(hand), Status::kSuccess);
+    ASSERT_EQ(inner.removeWatch(hand), Status::kSuccess);
+    EXPECT_FALSE(watches.isNodeWatched(hand));
+    ASSERT_EQ(watches.addWatch(hand), Status::kSuccess) << "and may begin again";
+    ASSERT_EQ(inner.removeWatch(hand), Status::kSuccess);
+    ASSERT_EQ(scene.core().db_destroyLeafNode(hand), Status::kSuccess);
+    ASSERT_EQ(scene.commit(), Status::kSuccess); // which frees it
+    EXPECT_EQ(watches.db_clear(), Status::kSuccess);
+}
+
 /// The recommended order: undo outside, so that what it replays is an edit like any other.
 TEST_F(WatchManagerTest, UndoAndRedoThroughTheLayerMark)
 {
@@ -560,6 +653,26 @@ TEST_F(WatchManagerTest, ManyWatchesBesideAnEditCostItNothing)
     EXPECT_FALSE(watches.hasWatchedNodeChanged(beside.front()));
     for (Node* const node : beside) // in the order of their beginning
         ASSERT_EQ(watches.removeWatch(node), Status::kSuccess);
+}
+
+/// A pass over all watches for each of these commits would take 10^10 steps.
+TEST_F(WatchManagerTest, ManyWatchesCostACommitNothingAndNeitherDoesTheEndOfOne)
+{
+    constexpr int kWatches = 100000;
+    std::vector<Node*> watched;
+    for (int i = 0; i < kWatches; ++i)
+    {
+        watched.push_back(scene.nodeOf(Scene::kPlain, std::to_wstring(i).append(L"n").c_str(), shelf));
+        ASSERT_EQ(watches.addWatch(watched.back()), Status::kSuccess);
+    }
+    for (int i = 0; i < 100000; ++i)
+        ASSERT_EQ(watches.db_commit(L"", L"", 0), Status::kSuccess);
+    for (Node* const node : watched)
+    {
+        ASSERT_EQ(watches.db_destroyLeafNode(node), Status::kSuccess);
+        ASSERT_EQ(watches.db_commit(L"", L"", 0), Status::kSuccess);
+    }
+    EXPECT_TRUE(watches.isNodeWatched(arm));
 }
 
 } // namespace

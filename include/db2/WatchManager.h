@@ -4,7 +4,10 @@
 #include <db2/Flags.h>
 #include <db2/ForwardingLayer.h>
 
-#include <unordered_set>
+#include <kqx/Anchor.h>
+
+#include <cstddef>
+#include <unordered_map>
 
 namespace db2 {
 
@@ -14,12 +17,13 @@ namespace db2 {
 /// by removeWatch(), with the node's destruction (at the next commit when an inner layer destroyed it) or by db_clear.
 /// A creation that the next layer refuses writes null to its out-argument.
 /// A copy has the same watches, whose marks stand on the nodes: use one of the two.
-/// Cost: with watches, one step an ancestor of what an edit touches, however many watches there are; one pass over the
-/// watches a commit. Threads: the editing thread only.
+/// Cost: with watches, one step an ancestor of what an edit touches, however many watches there are; a commit costs
+/// nothing but behind a destruction further in of a node with a watch: then one pass over the watches.
+/// Threads: the editing thread only.
 class DB2_API WatchManager : public ForwardingLayer
 {
 public:
-    explicit WatchManager(DataInterface* nextLayer) : ForwardingLayer(nextLayer) {}
+    explicit WatchManager(DataInterface* nextLayer);
 
     /// The metadata flag whose elements mark no watch when they are edited.
     [[nodiscard]] static constexpr unsigned int getExcludeFromWatchElementMetaDataFlag()
@@ -79,7 +83,18 @@ private:
     void updateWatchedNodes(Node* touched) const;
     void updateWatchedNodes(const Element& touched) const;
 
-    std::unordered_set<Node*> watched_; ///< holds a node exactly when it has NodeFlag::kWatched; its order is not used
+    /// By the node; the handle tells whether the node was destroyed since.
+    using Watches = std::unordered_map<Node*, kqx::AnchorHandle<Node>>;
+
+    void endWatch(Node& node);
+    void endLostWatches();
+    [[nodiscard]] Node* findNode(const Watches::value_type& watch) const;
+
+    /// The nodes with NodeFlag::kWatched that this layer set, and maybe some whose watch another layer ended; its order
+    /// is not used.
+    Watches watched_;
+    std::size_t nodesTakenOut_;  ///< how far the program had counted when the list was last gone through
+    std::size_t endedElsewhere_; ///< likewise
 };
 
 } // namespace db2

@@ -8,6 +8,7 @@
 
 #include "../NodeMemory.h"
 #include "../OutOfMemory.h"
+#include "../WatchEvents.h"
 
 #include <kqx/NumberText.h>
 
@@ -193,6 +194,8 @@ void CoreManager::takeOut(Node& node)
         nodeGarbage_.push_back(&node);
     count(node, ~std::uint32_t{0});
     node.clearHandles();
+    if (node.hasFlag(NodeFlag::kWatched))
+        ++WatchEvents::nodesTakenOut;
 }
 
 // --- Rename and move ---
