@@ -2,27 +2,11 @@
 
 #include <db2/Node.h>
 
+#include "ElementPosition.h"
 #include "ElementRecords.h"
 
 namespace db2 {
 namespace {
-
-/// The position of @p element in @p list, or the list's size.
-std::size_t positionFromBack(const kqtl::pod_vector<Element*>& list, const Element* element)
-{
-    for (std::size_t i = list.size(); i-- > 0;)
-        if (list[i] == element)
-            return i;
-    return list.size();
-}
-
-std::size_t positionFromFront(const kqtl::pod_vector<Element*>& list, const Element* element)
-{
-    std::size_t i = 0;
-    while (i < list.size() && list[i] != element)
-        ++i;
-    return i;
-}
 
 unsigned int indexOrZero(std::size_t position, const kqtl::pod_vector<Element*>& list)
 {
@@ -61,11 +45,12 @@ unsigned int Element::getIndex() const
     if (node->extras_ == nullptr)
         return 0;
     if (isLegacy())
-        return indexOrZero(positionFromFront(node->extras_->legacyElements, this), node->extras_->legacyElements);
-
-    const kqtl::pod_vector<Element*>& elements = node->extras_->elements;
-    const std::size_t position = isDynamic() ? positionFromBack(elements, this) : positionFromFront(elements, this);
-    return position < elements.size() ? node->elementsInBlock() + static_cast<unsigned int>(position) : 0;
+        return indexOrZero(positionOf(this, node->extras_->legacyElements), node->extras_->legacyElements);
+    if (!isDynamic())
+        return indexOrZero(positionOf(this, node->extras_->unknownElements), node->extras_->unknownElements);
+    const std::size_t position = positionOf(this, node->extras_->dynamicElements);
+    const bool isThere = position < node->extras_->dynamicElements.size();
+    return isThere ? node->getNodeTemplate()->getElementCount() + static_cast<unsigned int>(position) : 0;
 }
 
 } // namespace db2

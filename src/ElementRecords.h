@@ -52,17 +52,16 @@ inline Attribute* AttributeBlock::items()
 /// What few nodes have, made when they first need it.
 struct NodeExtras
 {
-    kqtl::pod_vector<Element*>
-        elements; ///< with blocks of their own: an unknown node's template elements, then dynamic
+    kqtl::pod_vector<Element*> unknownElements; ///< an unknown node's template elements
+    kqtl::pod_vector<Element*> dynamicElements; ///< counted behind the template elements, known or unknown
     kqtl::pod_vector<Element*> legacyElements;
     std::optional<NameIndex> dynamicNames; ///< name hash to dynamic element; from the third dynamic element on
     std::optional<NameIndex> legacyNames;  ///< the same for legacy elements
 
     // Reserve first: what enters then needs no memory. @return false when memory is out.
-    [[nodiscard]] bool reserveElement();
-    [[nodiscard]] bool reserveLegacyElement(); ///< with its name
-    /// Prepares for one dynamic element more, with its name. @param dynamicCount  of those that are there.
-    [[nodiscard]] bool reserveDynamicElement(std::size_t dynamicCount);
+    [[nodiscard]] bool reserveUnknownElement();
+    [[nodiscard]] bool reserveLegacyElement();  ///< with its name
+    [[nodiscard]] bool reserveDynamicElement(); ///< with its name
 };
 
 #if UINTPTR_MAX == 0xFFFFFFFFu

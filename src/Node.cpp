@@ -2,6 +2,7 @@
 
 #include <db2/NameHash.h>
 
+#include "ElementPosition.h"
 #include "ElementRecords.h"
 #include "OutOfMemory.h"
 
@@ -103,31 +104,32 @@ Node* Node::findChildByHash(std::uint32_t nameHash) const
 
 unsigned int Node::getElementCount() const
 {
-    const std::size_t inOwnBlocks = extras_ != nullptr ? extras_->elements.size() : 0;
-    return elementsInBlock() + static_cast<unsigned int>(inOwnBlocks);
+    return template_->getElementCount() + getDynamicElementCount();
 }
 
 Element* Node::getElementInOwnBlock(unsigned int index) const
 {
-    return index < extras_->elements.size() ? extras_->elements[index] : nullptr;
+    const std::size_t unknown = extras_->unknownElements.size();
+    return index < unknown ? extras_->unknownElements[index]
+                           : getDynamicElement(index - static_cast<unsigned int>(unknown));
 }
 
 unsigned int Node::getDynamicElementCount() const
 {
-    return extras_ != nullptr ? getElementCount() - template_->getElementCount() : 0;
+    return extras_ != nullptr ? static_cast<unsigned int>(extras_->dynamicElements.size()) : 0;
 }
 
 Element* Node::getDynamicElement(unsigned int index) const
 {
-    return index < getDynamicElementCount() ? getElement(template_->getElementCount() + index) : nullptr;
+    return index < getDynamicElementCount() ? extras_->dynamicElements[index] : nullptr;
 }
 
 Element* Node::getNextDynamicElement(const Element* element) const
 {
-    for (unsigned int i = getDynamicElementCount(); i-- > 0;)
-        if (getDynamicElement(i) == element)
-            return getDynamicElement(i + 1);
-    return nullptr;
+    if (extras_ == nullptr)
+        return nullptr;
+    const std::size_t next = positionOf(element, extras_->dynamicElements) + 1;
+    return next < extras_->dynamicElements.size() ? extras_->dynamicElements[next] : nullptr;
 }
 
 unsigned int Node::getLegacyElementCount() const
@@ -315,9 +317,9 @@ NodeExtras* Node::getOrMakeExtras()
     return extras_;
 }
 
-bool NodeExtras::reserveElement()
+bool NodeExtras::reserveUnknownElement()
 {
-    return reserveOneMore(elements);
+    return reserveOneMore(unknownElements);
 }
 
 bool NodeExtras::reserveLegacyElement()
@@ -325,10 +327,9 @@ bool NodeExtras::reserveLegacyElement()
     return reserveOneMore(legacyElements) && reserveName(legacyNames, legacyElements.data(), legacyElements.size());
 }
 
-bool NodeExtras::reserveDynamicElement(std::size_t dynamicCount)
+bool NodeExtras::reserveDynamicElement()
 {
-    Element* const* const first = elements.data() + (elements.size() - dynamicCount);
-    return reserveName(dynamicNames, first, dynamicCount) && reserveElement();
+    return reserveName(dynamicNames, dynamicElements.data(), dynamicElements.size()) && reserveOneMore(dynamicElements);
 }
 
 } // namespace db2

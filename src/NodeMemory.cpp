@@ -72,7 +72,9 @@ void NodeMemory::free(Node* node)
         freeElementContents(*node->getElement(index));
     if (node->extras_ != nullptr)
     {
-        for (Element* const element : node->extras_->elements)
+        for (Element* const element : node->extras_->unknownElements)
+            freeElement(element);
+        for (Element* const element : node->extras_->dynamicElements)
             freeElement(element);
         for (Element* const element : node->extras_->legacyElements)
             freeElement(element);

@@ -1,3 +1,4 @@
+#include "ElementPosition.h"
 #include "support/NameCollision.h"
 #include "support/Random.h"
 #include "support/Scene.h"
@@ -608,6 +609,69 @@ TEST_F(NodeTest, TheEdgeCountCountsAReferenceOncePerSide)
         Status::kSuccess);
     EXPECT_EQ(arm->getEdgeCount(), 3u) << "both ends of the second reference are here";
     EXPECT_EQ(leg->getEdgeCount(), 1u);
+}
+
+// --- Where an element stands in a list ---
+
+/// Counts the elements that are looked at.
+class CountingList
+{
+public:
+    explicit CountingList(const std::vector<Element*>& list) : list_(list) {}
+    [[nodiscard]] std::size_t size() const { return list_.size(); }
+    Element* operator[](std::size_t index) const
+    {
+        ++lookedAt;
+        return list_[index];
+    }
+    mutable std::size_t lookedAt = 0;
+
+private:
+    const std::vector<Element*>& list_;
+};
+
+TEST(ElementPositionTest, IsFoundFromTheNearerEnd)
+{
+    Scene scene;
+    Node* const node = scene.node(L"node");
+    for (const std::size_t size : {std::size_t{1}, std::size_t{2}, std::size_t{3}, std::size_t{10}, std::size_t{11}})
+    {
+        std::vector<Element*> elements;
+        for (unsigned int i = 0; i < size; ++i)
+            elements.push_back(node->getElement(i));
+        for (std::size_t i = 0; i < size; ++i)
+        {
+            const CountingList list(elements);
+            EXPECT_EQ(positionOf(elements[i], list), i);
+            EXPECT_LE(list.lookedAt, 2 * std::min(i, size - 1 - i) + 2);
+        }
+        EXPECT_EQ(positionOf(node->getElement(static_cast<unsigned int>(size)), CountingList(elements)), size);
+        EXPECT_EQ(positionOf(nullptr, CountingList(elements)), size);
+    }
+    const std::vector<Element*> none;
+    EXPECT_EQ(positionOf(node->getElement(0), CountingList(none)), 0u);
+}
+
+/// A search from the back for each of these would take 10^11 steps.
+TEST(NodeManyElementsTest, TheNextDynamicElementIsFoundFromTheNearerEnd)
+{
+    constexpr std::size_t kElements = 100000;
+    Scene scene;
+    Node* const node = scene.node(L"node");
+    std::vector<Element*> elements;
+    for (int i = 0; elements.size() < kElements; ++i)
+    {
+        const std::wstring name = std::to_wstring(i).append(L"e");
+        if (node->isDynamicElementNameUnique(name.c_str())) // among so many, some hashes are the same
+            elements.push_back(scene.dynamicAttribute(IntAttributeMetaDataDef(), name.c_str(), node));
+    }
+    for (int i = 0; i < 1000000; ++i)
+    {
+        ASSERT_EQ(node->getNextDynamicElement(elements[0]), elements[1]);
+        ASSERT_EQ(node->getNextDynamicElement(elements[kElements - 2]), elements[kElements - 1]);
+    }
+    EXPECT_EQ(node->getNextDynamicElement(elements[kElements - 1]), nullptr);
+    EXPECT_EQ(node->getNextDynamicElement(elements[kElements / 2]), elements[kElements / 2 + 1]);
 }
 
 } // namespace

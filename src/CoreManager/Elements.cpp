@@ -5,6 +5,7 @@
 #include <db2/ElementMetaDataDef.h>
 #include <db2/NameHash.h>
 
+#include "../ElementPosition.h"
 #include "../ElementRecords.h"
 #include "../NodeMemory.h"
 #include "../OutOfMemory.h"
@@ -33,18 +34,9 @@ Element* makeElementWithMetaData(const ElementMetaDataDef& definition, const wch
     return element;
 }
 
-/// Where @p element stands in the list, from the back, because edits mostly come there; the end when it does not.
-std::size_t positionFromBack(const kqtl::pod_vector<Element*>& list, const Element* element)
-{
-    for (std::size_t i = element != nullptr ? list.size() : 0; i-- > 0;)
-        if (list[i] == element)
-            return i;
-    return list.size();
-}
-
 void eraseFrom(kqtl::pod_vector<Element*>& list, const Element* element)
 {
-    list.erase(list.begin() + static_cast<std::ptrdiff_t>(positionFromBack(list, element)));
+    list.erase(list.begin() + static_cast<std::ptrdiff_t>(positionOf(element, list)));
 }
 
 } // namespace
@@ -58,15 +50,15 @@ Status CoreManager::db_createDynamicElement(const ElementMetaDataDef& definition
     if (status != Status::kSuccess)
         return status;
     NodeExtras* const extras = node->getOrMakeExtras();
-    if (extras == nullptr || !extras->reserveDynamicElement(node->getDynamicElementCount()))
+    if (extras == nullptr || !extras->reserveDynamicElement())
         return Status::kFailure;
     Element* const element = pendingElement_ != nullptr
                                  ? bringBack(name)
                                  : makeElementWithMetaData(definition, name, node, ElementFlag::kDynamic);
     if (element == nullptr)
         return Status::kFailure;
-    const std::size_t position = positionFromBack(extras->elements, next);
-    extras->elements.insert(extras->elements.begin() + static_cast<std::ptrdiff_t>(position), element);
+    const std::size_t position = positionOf(next, extras->dynamicElements);
+    extras->dynamicElements.insert(extras->dynamicElements.begin() + position, element);
     if (extras->dynamicNames)
         extras->dynamicNames->insert(hashName(name), element);
     ++statistics_.dynamicElements;
@@ -102,7 +94,7 @@ void CoreManager::takeOut(Element& element)
     NodeExtras& extras = *element.getNode()->extras_;
     if (extras.dynamicNames)
         extras.dynamicNames->remove(hashName(element.getName()));
-    eraseFrom(extras.elements, &element);
+    eraseFrom(extras.dynamicElements, &element);
     element.setFlag(ElementFlag::kDestroyed);
     if (!element.hasFlag(ElementFlag::kInUndo))
         elementGarbage_.push_back(&element);
@@ -134,7 +126,7 @@ Status CoreManager::createUnknownElement(const ElementMetaDataDef& definition, c
     if (status != Status::kSuccess)
         return status;
     NodeExtras* const extras = node->getOrMakeExtras();
-    if (extras == nullptr || !extras->reserveElement())
+    if (extras == nullptr || !extras->reserveUnknownElement())
         return Status::kFailure;
     Element* const element = NodeMemory::makeElement(node, definition.getTypeId(), definition.isArray(),
                                                      definition.getDefaultValue(), ElementFlag::kUnknown);
@@ -152,7 +144,7 @@ Status CoreManager::createUnknownElement(const ElementMetaDataDef& definition, c
         return added;
     }
     NodeMemory::setMetaData(*element, nodeTemplate.getElementMetaData(index));
-    extras->elements.insert(extras->elements.begin() + index, element);
+    extras->unknownElements.push_back(element);
     ++statistics_.elements;
     if (outElement != nullptr)
         *outElement = element;

@@ -99,7 +99,7 @@ Status CoreManager::db_clear()
         node->parent_->dropChildIndex(); // all its children go, so none needs to be taken out of it
         breakAllReferences(*node);
         while (node->getDynamicElementCount() != 0)
-            takeOut(*node->extras_->elements.back());
+            takeOut(*node->extras_->dynamicElements.back());
         takeOut(*node);
         node = next;
     }

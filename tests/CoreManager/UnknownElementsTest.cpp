@@ -333,6 +333,33 @@ TEST_F(CoreManagerUnknownElementsTest, AThousandUnknownElementsKeepTheirPlacesAn
     }
 }
 
+/// Moving the dynamic elements up for each unknown one would move 3 * 10^11 bytes.
+TEST_F(CoreManagerUnknownElementsTest, ManyUnknownElementsGoBeforeManyDynamicOnes)
+{
+    constexpr unsigned int kElements = 200000;
+    Node* const node = scene.unknownNode(L"node");
+    std::vector<Element*> dynamic;
+    std::vector<Element*> unknown;
+    const auto createMany = [&](std::vector<Element*>& made, const std::wstring& prefix, auto create) {
+        for (unsigned int i = 0; made.size() < kElements; ++i)
+        {
+            const std::wstring name = prefix + std::to_wstring(i);
+            const bool isFree = node->isDynamicElementNameUnique(name.c_str()) &&
+                                node->getNodeTemplate()->isElementNameUnique(name.c_str());
+            if (isFree) // among so many, some hashes are the same
+                made.push_back(create(name.c_str()));
+        }
+    };
+    createMany(dynamic, L"extra", [&](const wchar_t* name) { return createDynamic(name, node); });
+    createMany(unknown, L"odd", [&](const wchar_t* name) { return createUnknown(name, node); });
+    ASSERT_EQ(node->getElementCount(), 2 * kElements);
+    EXPECT_EQ(node->getElement(kElements - 1), unknown.back());
+    EXPECT_EQ(node->getElement(kElements), dynamic.front());
+    EXPECT_EQ(dynamic.front()->getIndex(), kElements);
+    EXPECT_EQ(unknown.back()->getIndex(), kElements - 1);
+    EXPECT_EQ(node->findElementByName(dynamic.back()->getName()), dynamic.back());
+}
+
 // --- Legacy elements ---
 
 TEST_F(CoreManagerUnknownElementsTest, ALegacyElementStandsInItsOwnList)
