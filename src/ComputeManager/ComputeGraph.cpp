@@ -53,6 +53,16 @@ void forEachReferent(const Element& element, Visit visit)
         visitAll(*array.getAttribute(i));
 }
 
+/// dbu_nodeToPath() takes fewer names than this, and asking it in vain leaves an error in the log.
+bool isTooDeepForAPath(const Node& node)
+{
+    constexpr unsigned int kDepthLimit = 512;
+    unsigned int depth = 0;
+    for (const Node* at = node.getParent(); at != nullptr && depth < kDepthLimit; at = at->getParent())
+        ++depth;
+    return depth == kDepthLimit;
+}
+
 /// Of an element that is to be prefetched. For one behind all others that fit, another will do.
 std::uint16_t shortIndex(unsigned int element)
 {
@@ -214,24 +224,43 @@ void ComputeGraph::assignPriorities()
     });
 }
 
+/// Where the set is and what it writes, for a message.
+kqx::String ComputeGraph::nameSet(Index computer) const
+{
+    const Node& node = *nodes_[computers_[computer].node].node.get();
+    kqx::String name;
+    if (isTooDeepForAPath(node) || dbu_nodeToPath(nullptr, &node, &name) != Status::kSuccess)
+        name = node.getName();
+    name += L".";
+    name += getElement(computer, getSet(computer).getOutputs()[0]).getName();
+    return name;
+}
+
+/// In as many lines as it takes, since one has its limit.
 void ComputeGraph::logCycle(std::span<const Index> members) const
 {
-    constexpr std::size_t kNamed = 16; // enough to find it by; a line has its limit
+    constexpr unsigned int kNamesInALine = 16;
+    constexpr std::size_t kCharactersInALine = 1900;
+    const auto count = static_cast<unsigned int>(members.size());
+    const wchar_t* format = L"Compute sets depend on each other in a cycle of %u: %s";
     kqx::String names;
-    for (std::size_t i = 0; i < std::min(members.size(), kNamed); ++i)
+    unsigned int named = 0;
+    const auto endLine = [&] {
+        logError(format, count, names.c_str());
+        format = L"The cycle of %u goes on: %s";
+        names.clear();
+        named = 0;
+    };
+    for (const Index member : members)
     {
-        const Node& node = *nodes_[computers_[members[i]].node].node.get();
-        kqx::String path;
-        if (dbu_nodeToPath(nullptr, &node, &path) != Status::kSuccess)
-            path = node.getName(); // too deep for a path
-        names += i == 0 ? L"'" : L", '";
-        names += path;
-        names += L".";
-        names += getElement(members[i], getSet(members[i]).getOutputs()[0]).getName();
+        const kqx::String name = nameSet(member);
+        if (named == kNamesInALine || (named != 0 && names.size() + name.size() > kCharactersInALine))
+            endLine();
+        names += named++ == 0 ? L"'" : L", '";
+        names += name;
         names += L"'";
     }
-    logError(L"Compute sets depend on each other in a cycle of %u: %s%s", static_cast<unsigned int>(members.size()),
-             names.c_str(), members.size() > kNamed ? L", ..." : L"");
+    endLine();
 }
 
 /// Dependants are queued in the order of their edges and taken last in, first out. Where each number's queue takes them

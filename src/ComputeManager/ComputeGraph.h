@@ -87,6 +87,7 @@ private:
     void numberComputers();
     void collectEdges();
     void assignPriorities();
+    [[nodiscard]] kqx::String nameSet(Index computer) const;
     void logCycle(std::span<const Index> members) const;
     void sortEdges();
     void prepareRuns();

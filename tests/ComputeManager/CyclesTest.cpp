@@ -161,7 +161,7 @@ TEST_F(ComputeManagerCyclesTest, ACircleThatIsBrokenIsComputedInOrderAndNotLogge
     EXPECT_EQ(commit(), (Runs{L"ring0.sum", L"ring1.sum", L"ring2.sum"}));
 }
 
-TEST_F(ComputeManagerCyclesTest, ALargeCircleEnds)
+TEST_F(ComputeManagerCyclesTest, ALargeCircleEndsAndAllItsMembersAreNamedOnceEach)
 {
     constexpr unsigned int kLength = 20'000;
     const std::vector<Node*> nodes = ring(kLength, L"n");
@@ -169,7 +169,53 @@ TEST_F(ComputeManagerCyclesTest, ALargeCircleEnds)
     write(nodes[0], L"b", 1);
     EXPECT_EQ(commit().size(), kLength);
     const std::vector<std::wstring> errors = takeErrors();
+    EXPECT_EQ(errors.size(), kLength / 16) << "sixteen to a line";
+    std::set<std::wstring> named;
+    std::size_t count = 0;
+    for (const std::wstring& error : errors)
+    {
+        EXPECT_NE(error.find(L"cycle of 20000"), error.npos);
+        for (std::size_t at = error.find(L"'|"); at != error.npos; at = error.find(L"'|", at + 1), ++count)
+            named.insert(error.substr(at, error.find(L"'", at + 1) - at));
+    }
+    EXPECT_EQ(count, kLength);
+    EXPECT_EQ(named.size(), kLength);
+    EXPECT_TRUE(named.contains(L"'|n0.sum"));
+    EXPECT_TRUE(named.contains(L"'|n19999.sum"));
+}
+
+TEST_F(ComputeManagerCyclesTest, LongNamesInACircleAreWhole)
+{
+    constexpr unsigned int kLength = 40;
+    const std::wstring name(600, L'x');
+    ring(kLength, name.c_str());
+    commit();
+    std::size_t named = 0;
+    for (const std::wstring& error : takeErrors())
+    {
+        EXPECT_EQ(error.back(), L'\'') << "cut off";
+        for (std::size_t at = error.find(L"'|"); at != error.npos; at = error.find(L"'|", at + 1))
+            ++named;
+    }
+    EXPECT_EQ(named, kLength);
+}
+
+TEST_F(ComputeManagerCyclesTest, ACircleTooDeepForPathsIsNamedByItsNodesAndLeavesNoOtherError)
+{
+    Node* deep = nullptr;
+    for (int i = 0; i < 510; ++i)
+        deep = scene.nodeOf(Scene::kPlain, L"d", deep);
+    Node* deepest = nullptr; // whose path just fits
+    Node* below = nullptr;
+    ASSERT_EQ(computed.db_createNode(kSum, L"deepest", deep, nullptr, &deepest), Status::kSuccess);
+    ASSERT_EQ(computed.db_createNode(kSum, L"below", deepest, nullptr, &below), Status::kSuccess);
+    connect(attribute(deepest, L"sum"), attribute(below, L"a"));
+    connect(attribute(below, L"sum"), attribute(deepest, L"a"));
+    commit();
+    const std::vector<std::wstring> errors = takeErrors();
     ASSERT_EQ(errors.size(), 1u);
+    EXPECT_TRUE(names(errors[0], L"|d|deepest.sum'")) << ::testing::PrintToString(errors[0]);
+    EXPECT_TRUE(names(errors[0], L"'below.sum'")) << ::testing::PrintToString(errors[0]);
 }
 
 TEST(ComputeManagerCircleOrderTest, TheOrderWithinACircleIsTheSameEveryTime)
