@@ -361,6 +361,8 @@ void ComputeGraph::orderFedBy(std::span<Element* const> written)
         if ((!isInput(outermost(element)) && !hasReferents(element)) || element.isDestroyed())
             return;
         forEachReader(element, queueReader);
+        if (element.isAttributeArray()) // was resized: what items are referenced stay, with their values
+            return;
         forEachReferent(element, [&](const Attribute& referent) {
             forEachReader(referent, queueReader);
             return !referent.hasFlag(ElementFlag::kDirty); // what is written itself has its own turn

@@ -220,6 +220,35 @@ TEST_F(ComputeManagerMarkingTest, ResizingAnArrayThatNoSetReadsRunsNothing)
     EXPECT_EQ(commit(), Runs{});
 }
 
+/// A walk to the referencers of all items for each of these would take 10^10 steps.
+TEST_F(ComputeManagerMarkingTest, ResizingAnArrayRunsNothingThatReadsTheItemsThatStay)
+{
+    constexpr unsigned int kItems = 100000;
+    ASSERT_EQ(computed.db_resizeAttributeArray(ignored, kItems), Status::kSuccess);
+    connect(ignored->getAttribute(0), attribute(n, L"a"));
+    connect(values->getAttribute(0), attribute(m, L"a"));
+    settle();
+    for (unsigned int i = 1; i <= 100000; ++i)
+    {
+        ASSERT_EQ(computed.db_resizeAttributeArray(ignored, kItems + i % 2), Status::kSuccess);
+        ASSERT_EQ(commit(), Runs{});
+    }
+    ASSERT_EQ(computed.db_resizeAttributeArray(values, 1), Status::kSuccess);
+    EXPECT_EQ(commit(), (Runs{L"arrays.total"})) << "which reads the array, while m reads an item";
+}
+
+TEST_F(ComputeManagerMarkingTest, AnItemThatIsWrittenBesideAResizeRunsWhatReadsIt)
+{
+    connect(values->getAttribute(0), attribute(m, L"a"));
+    settle();
+    db2test::write(computed, values->getAttribute(0), 6);
+    ASSERT_EQ(computed.db_resizeAttributeArray(values, 9), Status::kSuccess);
+    const Runs runs = commit();
+    EXPECT_EQ(std::count(runs.begin(), runs.end(), L"m.sum"), 1);
+    EXPECT_EQ(value(m, L"sum"), 6);
+    EXPECT_EQ(value(arrays, L"total"), 6);
+}
+
 TEST_F(ComputeManagerMarkingTest, ARefusedResizeRunsNothing)
 {
     connect(values->getAttribute(2), attribute(n, L"a"));
