@@ -132,7 +132,7 @@ Status WatchManager::markIfDone(Status status, Node* node)
 
 Status WatchManager::markIfDone(Status status, const Element* element)
 {
-    if (status == Status::kSuccess)
+    if (status == Status::kSuccess && element != nullptr)
         updateWatchedNodes(*element);
     return status;
 }

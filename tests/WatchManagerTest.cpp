@@ -2,6 +2,7 @@
 #include "support/Scene.h"
 
 #include <db2/UndoManager.h>
+#include <db2/testing/RecordingLayer.h>
 
 #include <gtest/gtest.h>
 
@@ -459,6 +460,36 @@ TEST_F(WatchManagerTest, EveryOperationIsForwardedAndAllButCommitsAndUnlocksMark
         const bool isEdit = name.find("unlock") == name.npos && name.find("commit") == name.npos && name != "db_clear";
         EXPECT_EQ(watches.hasWatchedNodeChanged(scene.root()), isEdit);
     }
+}
+
+/// As a layer may answer that only looks at what is asked.
+TEST_F(WatchManagerTest, ANextLayerThatSaysYesToNullsIsNoReasonToFail)
+{
+    db2::conformance::RecordingLayer yes(nullptr);
+    watches.db_setNextInterface(&yes);
+    Node* node = arm;
+    Element* element = arm->getElement(0);
+    ValueHandle value;
+    void* values = nullptr;
+    const IntAttributeMetaDataDef definition;
+    EXPECT_FALSE(marks([&] { return watches.db_createNode(Scene::kAll, L"x", arm, nullptr, &node); }));
+    EXPECT_EQ(node, nullptr);
+    EXPECT_FALSE(
+        marks([&] { return watches.db_createUnknownNode(L"X", scene.module(), L"x", arm, nullptr, false, &node); }));
+    EXPECT_FALSE(marks([&] { return watches.db_destroyLeafNode(nullptr); }));
+    EXPECT_FALSE(marks([&] { return watches.db_renameNode(nullptr, L"x"); }));
+    EXPECT_TRUE(marks([&] { return watches.db_reparentNode(hand, nullptr, nullptr, nullptr); })) << "where it was";
+    EXPECT_FALSE(marks([&] { return watches.db_reorderNode(nullptr, nullptr); }));
+    EXPECT_FALSE(marks([&] { return watches.db_createDynamicElement(definition, L"x", arm, nullptr, &element); }));
+    EXPECT_EQ(element, nullptr);
+    EXPECT_FALSE(marks([&] { return watches.db_destroyDynamicElement(nullptr); }));
+    EXPECT_FALSE(marks([&] { return watches.db_renameDynamicElement(nullptr, L"x"); }));
+    EXPECT_FALSE(marks([&] { return watches.db_resizeAttributeArray(nullptr, 1); }));
+    EXPECT_FALSE(marks([&] { return watches.db_createReference(nullptr, nullptr, false); }));
+    EXPECT_FALSE(marks([&] { return watches.db_destroyReference(nullptr); }));
+    EXPECT_FALSE(marks([&] { return watches.db_lockAttribute(nullptr, &value); }));
+    EXPECT_FALSE(marks([&] { return watches.db_lockAttributeArray(nullptr, &values); }));
+    watches.db_setNextInterface(&next);
 }
 
 TEST_F(WatchManagerTest, TheEndOfALayerLeavesTheMarksOnTheNodes)

@@ -153,7 +153,7 @@ Status ComputeManager::db_createNode(unsigned int typeId, const wchar_t* name, N
 Status ComputeManager::db_destroyLeafNode(Node* node)
 {
     const Status status = ForwardingLayer::db_destroyLeafNode(node);
-    if (status == Status::kSuccess && hasComputeSets(*node))
+    if (status == Status::kSuccess && node != nullptr && hasComputeSets(*node))
         requestRebuild(); // which finds the node gone
     return status;
 }
@@ -161,7 +161,7 @@ Status ComputeManager::db_destroyLeafNode(Node* node)
 Status ComputeManager::db_resizeAttributeArray(AttributeArray* array, unsigned int size)
 {
     const Status status = ForwardingLayer::db_resizeAttributeArray(array, size);
-    if (status == Status::kSuccess)
+    if (status == Status::kSuccess && array != nullptr)
         markWritten(*array);
     return status;
 }
@@ -202,7 +202,7 @@ Status ComputeManager::db_destroyReference(Attribute* referencer)
 Status ComputeManager::db_lockAttribute(Attribute* attribute, ValueHandle* outValue)
 {
     const Status status = ForwardingLayer::db_lockAttribute(attribute, outValue);
-    if (status == Status::kSuccess)
+    if (status == Status::kSuccess && attribute != nullptr)
         markWritten(*attribute);
     return status;
 }
@@ -210,7 +210,7 @@ Status ComputeManager::db_lockAttribute(Attribute* attribute, ValueHandle* outVa
 Status ComputeManager::db_lockAttributeArray(AttributeArray* array, void** outValues)
 {
     const Status status = ForwardingLayer::db_lockAttributeArray(array, outValues);
-    if (status == Status::kSuccess)
+    if (status == Status::kSuccess && array != nullptr)
         for (unsigned int i = 0; i < array->getSize(); ++i)
             markWritten(*array->getAttribute(i));
     return status;

@@ -2,6 +2,9 @@
 
 #include "Fixture.h"
 
+#include <db2/testing/RecordingLayer.h>
+
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <string>
@@ -420,6 +423,24 @@ TEST_F(ComputeManagerMarkingTest, EditsOfTheTreeThatChangeNoValueRunNothing)
         EXPECT_EQ(edit(), Status::kSuccess);
         expectNothingToRun();
     }
+}
+
+/// As a layer may answer that only looks at what is asked.
+TEST_F(ComputeManagerMarkingTest, ANextLayerThatSaysYesToNullsIsNoReasonToFail)
+{
+    db2::conformance::RecordingLayer yes(nullptr);
+    computed.db_setNextInterface(&yes);
+    Node* node = n;
+    ValueHandle handle;
+    void* storage = nullptr;
+    EXPECT_EQ(computed.db_createNode(kSum, L"x", nullptr, nullptr, &node), Status::kSuccess);
+    EXPECT_EQ(node, nullptr);
+    EXPECT_EQ(computed.db_destroyLeafNode(nullptr), Status::kSuccess);
+    EXPECT_EQ(computed.db_resizeAttributeArray(nullptr, 1), Status::kSuccess);
+    EXPECT_EQ(computed.db_lockAttribute(nullptr, &handle), Status::kSuccess);
+    EXPECT_EQ(computed.db_lockAttributeArray(nullptr, &storage), Status::kSuccess);
+    expectNothingToRun();
+    computed.db_setNextInterface(&scene.core());
 }
 
 // --- The list ---
