@@ -6,9 +6,16 @@
 #include "WatchEvents.h"
 
 #include <iterator>
+#include <utility>
 
 namespace db2 {
 namespace {
+
+/// Whether edits mark the node's watch.
+bool isArmed(const Node& node)
+{
+    return (node.getFlags() & NodeFlag::kWatchFlags) == NodeFlag::kWatched;
+}
 
 /// Lays the marks of a node's watch aside while the next layers destroy it, so that the core does not take the node for
 /// one that was destroyed without this layer. They come back unless the node is gone.
@@ -49,9 +56,10 @@ Status WatchManager::addWatch(Node* node)
     if (isNodeWatched(node))
         return Status::kAlreadyWatched;
     // An entry that is there is of a watch that another layer ended, here or on a node that once had this address.
-    if (!succeeds([&] { watched_[node] = node; }))
+    if (!succeeds([&] { watched_[node].handle = node; }))
         return Status::kFailure;
     node->setFlag(NodeFlag::kWatched);
+    countArmed(*node);
     return Status::kSuccess;
 }
 
@@ -65,9 +73,12 @@ Status WatchManager::removeWatch(Node* node)
 
 void WatchManager::endWatch(Node& node)
 {
-    if (watched_.erase(&node) == 0)
-        ++WatchEvents::endedElsewhere;
     node.clearFlag(NodeFlag::kWatchFlags);
+    const auto watch = watched_.find(&node);
+    if (watch != watched_.end())
+        drop(watch);
+    else
+        ++WatchEvents::endedElsewhere;
 }
 
 Status WatchManager::enableWatch(Node* node, bool enable)
@@ -78,6 +89,7 @@ Status WatchManager::enableWatch(Node* node, bool enable)
         node->clearFlag(NodeFlag::kWatchDisabled);
     else
         node->setFlag(NodeFlag::kWatchDisabled);
+    countArmed(*node);
     return Status::kSuccess;
 }
 
@@ -88,6 +100,7 @@ Status WatchManager::resetWatch(Node* node)
     if (!isNodeWatched(node))
         return Status::kResetUnwatched;
     node->clearFlag(NodeFlag::kWatchChanged);
+    countArmed(*node);
     return Status::kSuccess;
 }
 
@@ -103,23 +116,42 @@ bool WatchManager::hasWatchedNodeChanged(const Node* node) const
 
 // --- Marking ---
 
-/// Goes up from what was touched and reads the watches off the nodes, so that watches elsewhere cost nothing.
-/// @param touched  null marks nothing.
-void WatchManager::updateWatchedNodes(Node* touched) const
+/// To be called when the marks of a watch changed. A watch that another layer lists counts for ever once it was armed
+/// here, since nobody tells when it ends.
+void WatchManager::countArmed(const Node& node)
 {
-    if (watched_.empty())
-        return;
-    for (Node* node = touched; node != nullptr; node = node->getParent())
-    {
-        const bool isArmed = (node->getFlags() & NodeFlag::kWatchFlags) == NodeFlag::kWatched;
-        if (isArmed)
-            node->setFlag(NodeFlag::kWatchChanged);
-    }
+    const auto watch = watched_.find(const_cast<Node*>(&node));
+    const bool counted = watch != watched_.end() && std::exchange(watch->second.countsAsArmed, isArmed(node));
+    if (isArmed(node) && !counted)
+        ++armed_;
+    else if (counted && !isArmed(node))
+        --armed_;
 }
 
-void WatchManager::updateWatchedNodes(const Element& touched) const
+/// @return the watch behind it.
+WatchManager::Watches::iterator WatchManager::drop(Watches::iterator watch)
 {
-    if (!watched_.empty() && !touched.hasMetaDataFlag(ElementMetaDataFlag::kNotWatched))
+    if (watch->second.countsAsArmed)
+        --armed_;
+    return watched_.erase(watch);
+}
+
+/// Goes up from what was touched and reads the watches off the nodes, so that watches elsewhere cost nothing. Ends where
+/// none is left that could be marked.
+/// @param touched  null marks nothing.
+void WatchManager::updateWatchedNodes(Node* touched)
+{
+    for (Node* node = touched; node != nullptr && armed_ != 0; node = node->getParent())
+        if (isArmed(*node))
+        {
+            node->setFlag(NodeFlag::kWatchChanged);
+            countArmed(*node);
+        }
+}
+
+void WatchManager::updateWatchedNodes(const Element& touched)
+{
+    if (armed_ != 0 && !touched.hasMetaDataFlag(ElementMetaDataFlag::kNotWatched))
         updateWatchedNodes(touched.getNode());
 }
 
@@ -262,10 +294,10 @@ void WatchManager::endLostWatches()
         Node* const node = findNode(*at);
         const bool goesOn = node != nullptr && !node->isDestroyed() && isNodeWatched(node);
         if (goesOn)
-            at->second = node;
+            at->second.handle = node;
         else if (node != nullptr)
             node->clearFlag(NodeFlag::kWatchFlags);
-        at = goesOn ? std::next(at) : watched_.erase(at);
+        at = goesOn ? std::next(at) : drop(at);
     }
     nodesTakenOut_ = taken;
     endedElsewhere_ = ended;
@@ -275,8 +307,8 @@ void WatchManager::endLostWatches()
 /// became null is still there, unless another layer took the mark off.
 Node* WatchManager::findNode(const Watches::value_type& watch) const
 {
-    if (watch.second)
-        return watch.second.get();
+    if (watch.second.handle)
+        return watch.second.handle.get();
     return endedElsewhere_ == WatchEvents::endedElsewhere ? watch.first : nullptr;
 }
 
@@ -286,6 +318,7 @@ Status WatchManager::db_clear()
         if (Node* const node = findNode(watch))
             node->clearFlag(NodeFlag::kWatchFlags);
     watched_.clear();
+    armed_ = 0;
     return ForwardingLayer::db_clear();
 }
 

@@ -706,5 +706,76 @@ TEST_F(WatchManagerTest, ManyWatchesCostACommitNothingAndNeitherDoesTheEndOfOne)
     EXPECT_TRUE(watches.isNodeWatched(arm));
 }
 
+/// Each write far down costs the way up only while there is a watch that it may have to mark: else it would be 10^11 steps.
+TEST_F(WatchManagerTest, AWriteFarBelowMarkedDisabledAndEndedWatchesDoesNotGoUpToThem)
+{
+    Node* deep = hand;
+    for (int i = 0; i < 100000; ++i)
+        deep = scene.nodeOf(Scene::kPlain, L"d", deep);
+    Attribute* const attribute = scene.node(L"leaf", deep)->findAttributeByName(L"Int");
+    const auto write = [&] {
+        ValueHandle value;
+        ASSERT_EQ(watches.db_lockAttribute(attribute, &value), Status::kSuccess);
+        ASSERT_EQ(watches.db_unlockAttribute(attribute), Status::kSuccess);
+    };
+    const auto writeOften = [&] {
+        for (int i = 0; i < 250000; ++i)
+            write();
+    };
+    ASSERT_EQ(watches.addWatch(hand), Status::kSuccess);
+    writeOften();
+    EXPECT_TRUE(watches.hasWatchedNodeChanged(arm)) << "behind the nearer watch";
+    EXPECT_TRUE(watches.hasWatchedNodeChanged(hand));
+
+    ASSERT_EQ(watches.enableWatch(arm, false), Status::kSuccess);
+    ASSERT_EQ(watches.resetWatch(arm), Status::kSuccess);
+    writeOften();
+    EXPECT_FALSE(watches.hasWatchedNodeChanged(arm));
+    for (const bool enable : {true, false, true}) // also twice the same
+        for (int i = 0; i < 2; ++i)
+            ASSERT_EQ(watches.enableWatch(arm, enable), Status::kSuccess);
+    write();
+    EXPECT_TRUE(watches.hasWatchedNodeChanged(arm));
+
+    ASSERT_EQ(watches.resetWatch(hand), Status::kSuccess);
+    ASSERT_EQ(watches.resetWatch(hand), Status::kSuccess);
+    ASSERT_EQ(watches.removeWatch(hand), Status::kSuccess);
+    writeOften();
+    ASSERT_EQ(watches.addWatch(shelf), Status::kSuccess);
+    ASSERT_EQ(watches.db_destroyLeafNode(shelf), Status::kSuccess);
+    writeOften();
+    ASSERT_EQ(watches.resetWatch(arm), Status::kSuccess);
+    write();
+    EXPECT_TRUE(watches.hasWatchedNodeChanged(arm));
+}
+
+/// The watch on a node that was destroyed below ends at the commit, and with it what it cost.
+TEST_F(WatchManagerOutsideUndoTest, AnArmedWatchThatEndedAtACommitCostsNothingAnyMore)
+{
+    Node* made = nullptr;
+    ASSERT_EQ(watches.db_createNode(Scene::kAll, L"made", nullptr, nullptr, &made), Status::kSuccess);
+    ASSERT_EQ(watches.removeWatch(arm), Status::kSuccess);
+    ASSERT_EQ(watches.addWatch(made), Status::kSuccess);
+    ASSERT_EQ(undo.rollback(0), Status::kSuccess);
+    ASSERT_EQ(watches.db_commit(L"", L"", 0), Status::kSuccess);
+    Node* deep = hand;
+    for (int i = 0; i < 100000; ++i)
+        deep = scene.nodeOf(Scene::kPlain, L"d", deep);
+    for (int i = 0; i < 250000; ++i)
+        ASSERT_EQ(watches.db_reorderNode(deep, nullptr), Status::kSuccess);
+    ASSERT_EQ(watches.addWatch(arm), Status::kSuccess);
+    ASSERT_EQ(watches.db_reorderNode(deep, nullptr), Status::kSuccess);
+    EXPECT_TRUE(watches.hasWatchedNodeChanged(arm));
+}
+
+TEST_F(TwoWatchManagersTest, AWatchThatTheOtherLayerArmsAgainIsMarked)
+{
+    ASSERT_TRUE(marks([&] { return watches.db_renameNode(hand, L"claw"); }));
+    ASSERT_EQ(inner.resetWatch(arm), Status::kSuccess);
+    ASSERT_FALSE(watches.hasWatchedNodeChanged(arm));
+    ASSERT_EQ(watches.db_renameNode(hand, L"hook"), Status::kSuccess);
+    EXPECT_TRUE(watches.hasWatchedNodeChanged(arm));
+}
+
 } // namespace
 } // namespace db2test

@@ -17,8 +17,9 @@ namespace db2 {
 /// by removeWatch(), with the node's destruction (at the next commit when an inner layer destroyed it) or by db_clear.
 /// A creation that the next layer refuses writes null to its out-argument.
 /// A copy has the same watches, whose marks stand on the nodes: use one of the two.
-/// Cost: with watches, one step an ancestor of what an edit touches, however many watches there are; a commit costs
-/// nothing but behind a destruction further in of a node with a watch: then one pass over the watches.
+/// Of two layers for one tree, ask the one that started a watch to enable and reset it.
+/// Cost: while a watch is armed, one step an ancestor of what an edit touches, however many watches there are. A commit
+/// costs nothing but behind a destruction further in of a node with a watch: then one pass over the watches.
 /// Threads: the editing thread only.
 class DB2_API WatchManager : public ForwardingLayer
 {
@@ -78,14 +79,19 @@ public:
     Status db_clear() override;
 
 private:
+    struct Watch
+    {
+        kqx::AnchorHandle<Node> handle; ///< null once the node was destroyed
+        bool countsAsArmed = false;     ///< in armed_
+    };
+    using Watches = std::unordered_map<Node*, Watch>;
+
     Status markIfDone(Status status, Node* node);
     Status markIfDone(Status status, const Element* element);
-    void updateWatchedNodes(Node* touched) const;
-    void updateWatchedNodes(const Element& touched) const;
-
-    /// By the node; the handle tells whether the node was destroyed since.
-    using Watches = std::unordered_map<Node*, kqx::AnchorHandle<Node>>;
-
+    void updateWatchedNodes(Node* touched);
+    void updateWatchedNodes(const Element& touched);
+    void countArmed(const Node& node);
+    Watches::iterator drop(Watches::iterator watch);
     void endWatch(Node& node);
     void endLostWatches();
     [[nodiscard]] Node* findNode(const Watches::value_type& watch) const;
@@ -93,6 +99,7 @@ private:
     /// The nodes with NodeFlag::kWatched that this layer set, and maybe some whose watch another layer ended; its order
     /// is not used.
     Watches watched_;
+    std::size_t armed_ = 0;      ///< watches that edits may have to mark; never fewer than there are
     std::size_t nodesTakenOut_;  ///< how far the program had counted when the list was last gone through
     std::size_t endedElsewhere_; ///< likewise
 };
