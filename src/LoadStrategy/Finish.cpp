@@ -60,6 +60,15 @@ bool isLegacyElementOf(const Node& node, const Element* element)
     return false;
 }
 
+/// Whether a migrator has destroyed an attribute whose node stands: Element::isDestroyed() tells that of dynamic elements,
+/// only their own flags or their array's of legacy elements and of items.
+bool isGone(const Attribute& attribute)
+{
+    const AttributeArray* const array = attribute.getParentArray();
+    return attribute.isDestroyed() || attribute.hasFlag(ElementFlag::kDestroyed) ||
+           (array != nullptr && array->hasFlag(ElementFlag::kDestroyed));
+}
+
 } // namespace
 
 Status LoadStrategy::finish()
@@ -82,7 +91,7 @@ Status LoadStrategy::makeReferences()
 {
     for (const DeferredReference& reference : references_)
     {
-        if (reference.node.get() == nullptr || reference.holder->isDestroyed()) // a migrator saw to it
+        if (reference.node.get() == nullptr || isGone(*reference.holder)) // a migrator saw to it
             continue;
         const Status status = makeReference(reference);
         if (status != Status::kSuccess)

@@ -127,6 +127,40 @@ TEST_F(LoadStrategyReferencesTest, AHolderThatIsGoneIsPassedOver)
     EXPECT_EQ(logged(), Lines{});
 }
 
+TEST_F(LoadStrategyReferencesTest, ItemsBehindTheEndOfAShrunkArrayArePassedOver)
+{
+    EXPECT_EQ(load([&](TestLoader& self) {
+                  a = makeNode(L"All", L"a");
+                  AttributeArray* const array = populateArray(a, L"IntItems");
+                  self.resizeAttributeArray(array, 3);
+                  self.addUnresolvedReference(array->getAttribute(0), L"|a.Int", false);
+                  self.addUnresolvedReference(array->getAttribute(2), L"|a.Int", false);
+                  EXPECT_EQ(data.db_resizeAttributeArray(array, 1), Status::kSuccess);
+                  return Status::kSuccess;
+              }),
+              Status::kSuccess);
+    EXPECT_EQ(a->findAttributeArrayByName(L"IntItems")->getAttribute(0)->getReference(), intOf(a));
+    EXPECT_EQ(logged(), Lines{});
+}
+
+TEST_F(LoadStrategyReferencesTest, DestroyedLegacyElementsAndTheirItemsArePassedOver)
+{
+    EXPECT_EQ(load([&](TestLoader& self) {
+                  a = makeNode(L"All", L"a");
+                  Attribute* const gone = populate(a, L"Gone");
+                  AttributeArray* const lost = populateArray(a, L"Lost");
+                  self.resizeAttributeArray(lost, 1);
+                  self.addUnresolvedReference(gone, L"|a.Int", false);
+                  self.addUnresolvedReference(lost->getAttribute(0), L"|a.Int", false);
+                  EXPECT_EQ(scene.core().destroyLegacyElement(gone), Status::kSuccess);
+                  EXPECT_EQ(scene.core().destroyLegacyElement(lost), Status::kSuccess);
+                  return Status::kSuccess;
+              }),
+              Status::kSuccess);
+    EXPECT_EQ(loader.getNumUnhandledLegacyConnections(), 0u);
+    EXPECT_EQ(logged(), Lines{});
+}
+
 TEST_F(LoadStrategyReferencesTest, NoHolderIsRefused)
 {
     load([&](TestLoader& self) {
