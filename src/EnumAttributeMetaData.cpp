@@ -2,12 +2,11 @@
 
 #include <db2/EnumAttributeMetaDataDef.h>
 #include <db2/Library.h>
-#include <db2/NameHash.h>
 
 #include "MetaDataBlock.h"
+#include "OutOfMemory.h"
 
 #include <cwchar>
-#include <new>
 
 namespace db2 {
 
@@ -94,16 +93,6 @@ int EnumAttributeMetaData::getChoiceIndex(const wchar_t* choice) const
 
 // --- UnknownEnumAttributeMetaData ---
 
-namespace {
-
-/// An index of a choice as the index stores it.
-void* toPointer(unsigned int index)
-{
-    return reinterpret_cast<void*>(std::uintptr_t{index});
-}
-
-} // namespace
-
 // Nothing is lost when the choices find no memory: an Enum's default value, an int, needs no destruction.
 UnknownEnumAttributeMetaData::UnknownEnumAttributeMetaData(const EnumAttributeMetaDataDef& definition,
                                                            const wchar_t* name, MemoryResource& resource)
@@ -147,38 +136,23 @@ const wchar_t* UnknownEnumAttributeMetaData::getChoice(unsigned int index) const
 int UnknownEnumAttributeMetaData::addChoiceIfNotExist(const wchar_t* choice)
 {
     const std::wstring_view text = choice != nullptr ? choice : L"";
-    const std::uint32_t key = findKey(text);
-    if (index_.contains(key))
-        return static_cast<int>(indexAt(key));
+    const auto place = index_.lower_bound(text);
+    if (place != index_.end() && choices_[*place] == text)
+        return static_cast<int>(*place);
 
     const unsigned int index = getNumChoices();
-    if (!index_.reserveInsert() || !succeeds([&] { choices_.push_back(kqx::String(text.data(), text.size())); }))
+    if (!succeeds([&] { choices_.push_back(kqx::String(text.data(), text.size())); }))
         return -1;
-    index_.insert(key, toPointer(index));
-    return static_cast<int>(index);
+    if (succeeds([&] { index_.insert(place, index); }))
+        return static_cast<int>(index);
+    choices_.pop_back();
+    return -1;
 }
 
 void UnknownEnumAttributeMetaData::indexChoices()
 {
     for (unsigned int i = 0; i < getNumChoices(); ++i)
-    {
-        const std::uint32_t key = findKey(choices_[i]);
-        if (!index_.contains(key) && !index_.insert(key, toPointer(i)))
-            throw std::bad_alloc();
-    }
-}
-
-std::uint32_t UnknownEnumAttributeMetaData::findKey(std::wstring_view choice) const
-{
-    std::uint32_t key = hashName(choice.data(), choice.size());
-    while (index_.contains(key) && choices_[indexAt(key)] != choice)
-        ++key;
-    return key;
-}
-
-unsigned int UnknownEnumAttributeMetaData::indexAt(std::uint32_t key) const
-{
-    return static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(index_.find(key)));
+        index_.insert(i); // of equal ones the first stays
 }
 
 } // namespace db2

@@ -33,6 +33,41 @@ protected:
 using EnumAttributeMetaDataTest = ElementMetaDataTest;
 using UnknownEnumAttributeMetaDataTest = ElementMetaDataTest;
 
+/// The word that the hash of names mixes into this one; its steps can be undone.
+std::uint32_t wordMixedInto(std::uint32_t mixed)
+{
+    constexpr std::uint32_t kInverse = 0xE59B19BDu; // of the factor, modulo 2^32
+    mixed *= kInverse;
+    mixed ^= mixed >> 24;
+    return mixed * kInverse;
+}
+
+/// Different texts of four characters and one hash: the second half of each undoes what the first did.
+std::vector<std::wstring> textsOfOneHash(std::size_t count)
+{
+    constexpr std::uint32_t kFactor = 0x5BD1E995u;
+    const auto isPlain = [](std::uint32_t unit) { return unit != 0 && (unit < 0xD800 || unit > 0xDFFF); };
+    std::vector<std::wstring> texts;
+    for (std::uint32_t first = 0; texts.size() < count; ++first)
+    {
+        // The hash of four units begins at seed ^ 8, and is multiplied before each word of two is mixed in.
+        std::uint32_t mixed = (0x20000u + first) * kFactor;
+        mixed = (mixed ^ mixed >> 24) * kFactor;
+        const std::uint32_t afterFirst = (0x8F5F144Au ^ 8u) * kFactor ^ mixed;
+        const std::uint32_t second = wordMixedInto(0x600D600Du ^ afterFirst * kFactor);
+        const std::uint32_t units[] = {(0x20000u + first) & 0xFFFF, (0x20000u + first) >> 16, second & 0xFFFF,
+                                       second >> 16};
+        if (!std::all_of(std::begin(units), std::end(units), isPlain))
+            continue;
+        std::wstring text;
+        for (const std::uint32_t unit : units)
+            text += static_cast<wchar_t>(unit);
+        EXPECT_EQ(hashName(text.c_str()), hashName(texts.empty() ? text.c_str() : texts.front().c_str()));
+        texts.push_back(text);
+    }
+    return texts;
+}
+
 /// True when the records of two definitions that differ by @p edit compare equal, from either side.
 template <class Definition, class Edit>
 bool equalDespite(Edit edit)
@@ -515,6 +550,19 @@ TEST_F(UnknownEnumAttributeMetaDataTest, ChoicesOfOneHashAreToldApart)
     EXPECT_EQ(choices.addChoiceIfNotExist(second), 1);
     EXPECT_EQ(choices.addChoiceIfNotExist(first), 0);
     EXPECT_EQ(choices.addChoiceIfNotExist(second), 1);
+}
+
+TEST_F(UnknownEnumAttributeMetaDataTest, ManyChoicesOfOneHashCostNoMoreThanOthers)
+{
+    const std::vector<std::wstring> texts = textsOfOneHash(200000); // comparing each with all before would take minutes
+    const Record record{UnknownEnumAttributeMetaDataDef()};
+    auto& choices = record.as<UnknownEnumAttributeMetaData>();
+    for (int round = 0; round < 2; ++round)
+        for (std::size_t i = 0; i < texts.size(); ++i)
+            ASSERT_EQ(choices.addChoiceIfNotExist(texts[i].c_str()), static_cast<int>(i));
+    const Record copy{ElementMetaDataCopier(*record)};
+    EXPECT_EQ(copy.as<UnknownEnumAttributeMetaData>().addChoiceIfNotExist(texts.back().c_str()),
+              static_cast<int>(texts.size() - 1));
 }
 
 TEST_F(UnknownEnumAttributeMetaDataTest, WithoutMemoryNothingIsLearned)

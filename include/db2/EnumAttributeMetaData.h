@@ -3,11 +3,11 @@
 #include <db2/Export.h>
 #include <db2/MemoryFormat.h>
 #include <db2/SetterAttributeMetaData.h>
-#include <db2/UIntHashMap.h>
 
 #include <kqx/Array.h>
 
 #include <cstdint>
+#include <set>
 #include <string_view>
 
 namespace db2 {
@@ -63,7 +63,7 @@ public:
     [[nodiscard]] const wchar_t* getChoice(unsigned int index) const override; ///< valid until the list grows
 
     /// The index of the first choice that equals @p choice, appended when there is none; null is the empty text.
-    /// Cost: constant on average, so that learning takes time in proportion to the data.
+    /// Cost: compares with as many choices as the logarithm of their number, whatever the texts.
     /// @return -1, learning nothing, when memory is out.
     int addChoiceIfNotExist(const wchar_t* choice);
 
@@ -75,16 +75,27 @@ protected:
     UnknownEnumAttributeMetaData(const UnknownEnumAttributeMetaData& source, MemoryResource& resource);
 
 private:
+    /// Orders choices, given by their indices, by their texts. Not by hashes: a file may bring choices of one hash.
+    struct ByText
+    {
+        using is_transparent = void;
+
+        [[nodiscard]] std::wstring_view textOf(unsigned int index) const { return (*choices)[index]; }
+        [[nodiscard]] static std::wstring_view textOf(std::wstring_view text) { return text; }
+        template <class Left, class Right>
+        [[nodiscard]] bool operator()(Left left, Right right) const
+        {
+            return textOf(left) < textOf(right);
+        }
+
+        const kqx::StringArray* choices;
+    };
+
     /// Enters the choices that the record begins with. Throws std::bad_alloc.
     void indexChoices();
 
-    /// The key of the choice in the index, or the one that it would get: its hash, or the next key that no other choice
-    /// of that hash has taken.
-    [[nodiscard]] std::uint32_t findKey(std::wstring_view choice) const;
-    [[nodiscard]] unsigned int indexAt(std::uint32_t key) const;
-
     kqx::StringArray choices_;
-    UIntHashMap index_{0}; ///< from the key of each choice to its first index
+    std::set<unsigned int, ByText> index_{ByText{&choices_}}; ///< the first index of each choice
 };
 
 } // namespace db2
