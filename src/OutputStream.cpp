@@ -9,12 +9,14 @@
 #include <kqx/UTF8.h>
 #include <kqx/Utf16.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
 #include <limits>
 #include <new>
+#include <utility>
 
 namespace db2 {
 namespace {
@@ -22,6 +24,7 @@ namespace {
 constexpr std::uint64_t kMostBytes = std::numeric_limits<std::uint32_t>::max();
 constexpr std::size_t kBytesOnStack = 4096;
 constexpr int kMostTemporaryNames = 1000;
+constexpr std::size_t kTemporaryNameCharacters = 48; // of the file's, so that what is appended fits behind any name
 
 /// Room for a converted text: on the stack when it is short.
 class ConversionBuffer
@@ -47,6 +50,11 @@ void toLittleEndian(const wchar_t* text, std::size_t characters, char* out)
         *out++ = static_cast<char>(unit & 0xFF);
         *out++ = static_cast<char>(unit >> 8);
     });
+}
+
+void logMemoryIsOut(const wchar_t* path)
+{
+    logError(L"Memory is out while file '%s' is opened for writing", path);
 }
 
 } // namespace
@@ -117,10 +125,17 @@ bool MemoryOutputStream::write(const char* bytes, unsigned int count)
 class OutputFile
 {
 public:
-    explicit OutputFile(std::FILE* file) : file_(file) {}
+    OutputFile() = default;
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
     ~OutputFile() { close(); }
+
+    /// Once. @return false, with the system's last error set, on failure.
+    [[nodiscard]] bool open(const wchar_t* path, bool asText, Creation creation)
+    {
+        file_ = openForWriting(path, asText, creation);
+        return file_ != nullptr;
+    }
 
     [[nodiscard]] std::FILE* get() const { return file_; }
     [[nodiscard]] bool isOK() const { return file_ != nullptr && !failed_; }
@@ -144,16 +159,20 @@ public:
     }
 
 private:
-    std::FILE* file_; ///< null when closed or never opened
+    std::FILE* file_ = nullptr; ///< null when closed or never opened
     bool failed_ = false;
 };
 
 FileOutputStream::FileOutputStream(const wchar_t* path, FileOpenMode mode, OutputStreamEncoding encoding)
     : OutputStream(encoding)
 {
-    std::FILE* const file = openForWriting(path, mode == FileOpenMode::kText, Creation::kTruncate);
-    if (file != nullptr && !succeeds([&] { file_ = std::make_shared<OutputFile>(file); }))
-        std::fclose(file);
+    std::shared_ptr<OutputFile> file;
+    if (!succeeds([&] { file = std::make_shared<OutputFile>(); })) // first: opening empties the file
+        logMemoryIsOut(path);
+    else if (file->open(path, mode == FileOpenMode::kText, Creation::kTruncate))
+        file_ = std::move(file);
+    else
+        logLastWindowsError(L"Writing file '%s', opening it in FileOutputStream", path);
 }
 
 bool FileOutputStream::isOK()
@@ -178,14 +197,14 @@ class ReplacementFile
 {
 public:
     /// Throws std::bad_alloc.
-    ReplacementFile(const wchar_t* path, bool asText)
-        : target_(followLinks(path)), isReplaceable_(isReplaceable(target_.c_str())),
-          file_(isReplaceable_ ? create(asText) : nullptr)
+    ReplacementFile(const wchar_t* path, bool asText) : target_(followLinks(path))
     {
-        if (file_.isOK())
+        if (const wchar_t* const failed = checkReplaceable(target_.c_str()))
+            logFailure(failed);
+        else if (create(asText))
             copyPermissions(target_.c_str(), file_.get());
         else
-            logFailure(isReplaceable_ ? L"creating a temporary file" : L"replacing what is no file");
+            logFailure(L"creating a temporary file");
     }
     ReplacementFile(const ReplacementFile&) = delete;
     ReplacementFile& operator=(const ReplacementFile&) = delete;
@@ -224,20 +243,21 @@ public:
 
 private:
     /// Tries one name after the other, so that a file that a crash left is neither used nor in the way.
-    std::FILE* create(bool asText)
+    [[nodiscard]] bool create(bool asText)
     {
+        const std::size_t characters = std::min(target_.size(), findFileName(target_) + kTemporaryNameCharacters);
         for (int i = 0; i < kMostTemporaryNames; ++i)
         {
-            temporary_ = target_;
+            temporary_.assign(target_.c_str(), characters);
             temporary_ += L".saving";
             kqx::appendNumber(temporary_, i);
-            if (std::FILE* const file = openForWriting(temporary_.c_str(), asText, Creation::kNew))
-                return file;
+            if (file_.open(temporary_.c_str(), asText, Creation::kNew))
+                return true;
             if (!lastErrorIsFileExists())
                 break;
         }
         temporary_.clear();
-        return nullptr;
+        return false;
     }
 
     void discard()
@@ -254,7 +274,6 @@ private:
     }
 
     kqx::String target_;
-    bool isReplaceable_;
     kqx::String temporary_; ///< empty when there is none, or none any more
     OutputFile file_;
 };
@@ -262,7 +281,8 @@ private:
 AtomicFileOutputStream::AtomicFileOutputStream(const wchar_t* path, FileOpenMode mode, OutputStreamEncoding encoding)
     : OutputStream(encoding)
 {
-    static_cast<void>(succeeds([&] { file_ = std::make_shared<ReplacementFile>(path, mode == FileOpenMode::kText); }));
+    if (!succeeds([&] { file_ = std::make_shared<ReplacementFile>(path, mode == FileOpenMode::kText); }))
+        logMemoryIsOut(path);
 }
 
 bool AtomicFileOutputStream::isOK()

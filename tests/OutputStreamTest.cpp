@@ -12,6 +12,7 @@
 
 #if !defined(_WIN32)
 #include <sys/stat.h> // mkfifo
+#include <unistd.h>
 #endif
 
 namespace {
@@ -37,6 +38,18 @@ std::string encoded(const std::wstring& text, OutputStreamEncoding encoding)
     return content(block);
 }
 
+/// Expects that one error has been logged since the last call: a step of writing, with an error of the system.
+void expectOneFailure(LogRecorder& log, const wchar_t* path, const std::wstring& step)
+{
+    const auto lines = log.take();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].level, LogRecorder::kError);
+    const std::wstring start = L"KQDatabase2 : Writing file '" + std::wstring(path != nullptr ? path : L"(null)") +
+                               L"', " + step + L" failed with error ";
+    EXPECT_EQ(lines[0].text.substr(0, start.size()), start);
+    EXPECT_GT(lines[0].text.size(), start.size() + 4); // the number and the text
+}
+
 /// Counts the calls that bring bytes.
 class CountingStream : public OutputStream
 {
@@ -55,6 +68,23 @@ public:
     std::string written;
     bool answer = true;
 };
+
+#if !defined(_WIN32)
+/// While it lives, the superuser, whom no permission holds up, acts as one who has none.
+class AsOrdinaryUser
+{
+public:
+    AsOrdinaryUser() { EXPECT_EQ(seteuid(former_ == 0 ? kNobody : former_), 0); }
+    AsOrdinaryUser(const AsOrdinaryUser&) = delete;
+    AsOrdinaryUser& operator=(const AsOrdinaryUser&) = delete;
+    ~AsOrdinaryUser() { EXPECT_EQ(seteuid(former_), 0); }
+
+private:
+    static constexpr uid_t kNobody = 65534;
+
+    const uid_t former_ = geteuid();
+};
+#endif
 
 // --- Text ---
 
@@ -210,15 +240,20 @@ TEST(FileOutputStreamTest, CopiesShareTheFileAndTheLastOneClosesIt)
     EXPECT_EQ(folder.read("a"), "ab");
 }
 
-TEST(FileOutputStreamTest, WhatCannotBeOpenedIsNotOK)
+TEST(FileOutputStreamTest, WhatCannotBeOpenedIsNotOKAndLogged)
 {
+    LogRecorder log;
     const TemporaryFolder folder;
-    for (const std::wstring& path : {folder.widePath(L"none/a"), folder.widePath(L"")})
+    const std::wstring missing = folder.widePath(L"none/a");
+    const std::wstring itself = folder.widePath(L"");
+    for (const wchar_t* const path : {missing.c_str(), itself.c_str(), L"", static_cast<const wchar_t*>(nullptr)})
     {
-        FileOutputStream stream(path.c_str(), FileOpenMode::kBinary, kUtf8);
+        SCOPED_TRACE(testing::Message() << (path != nullptr ? path : L"null"));
+        FileOutputStream stream(path, FileOpenMode::kBinary, kUtf8);
         EXPECT_FALSE(stream.isOK());
         EXPECT_FALSE(stream.write("a"));
         EXPECT_FALSE(stream.close());
+        expectOneFailure(log, path, L"opening it in FileOutputStream");
     }
 }
 
@@ -313,27 +348,41 @@ TEST(AtomicFileOutputStreamTest, MissingFolderIsNotOKAndLogged)
     const std::wstring path = folder.widePath(L"none/a");
     AtomicFileOutputStream stream(path.c_str(), FileOpenMode::kBinary, kUtf8);
     EXPECT_FALSE(stream.isOK());
-    const auto lines = log.take();
-    ASSERT_EQ(lines.size(), 1u);
-    const std::wstring start = L"KQDatabase2 : Writing file '" + path +
-                               L"', creating a temporary file in AtomicFileOutputStream failed with error ";
-    EXPECT_EQ(lines[0].text.substr(0, start.size()), start);
+    expectOneFailure(log, path.c_str(), L"creating a temporary file in AtomicFileOutputStream");
     EXPECT_FALSE(stream.write("a"));
     EXPECT_FALSE(stream.commit());
 }
 
-TEST(AtomicFileOutputStreamTest, FolderInTheWayFailsAtTheCommitAndNothingIsLeft)
+TEST(AtomicFileOutputStreamTest, AFolderIsNotReplaced)
 {
     LogRecorder log;
     const TemporaryFolder folder;
     std::filesystem::create_directory(folder.file("a"));
     folder.write("a/inside", "x");
-    AtomicFileOutputStream stream(folder.widePath(L"a").c_str(), FileOpenMode::kBinary, kUtf8);
-    EXPECT_TRUE(stream.write("new"));
+    const std::wstring path = folder.widePath(L"a");
+    AtomicFileOutputStream stream(path.c_str(), FileOpenMode::kBinary, kUtf8);
+    EXPECT_FALSE(stream.isOK());
+    expectOneFailure(log, path.c_str(), L"replacing what is no file in AtomicFileOutputStream");
+    EXPECT_FALSE(stream.write("new"));
     EXPECT_FALSE(stream.commit());
-    EXPECT_EQ(log.take().size(), 1u);
     EXPECT_EQ(folder.count(), 1u);
     EXPECT_EQ(folder.read("a/inside"), "x");
+}
+
+TEST(AtomicFileOutputStreamTest, NoNameIsNotOKAndMakesNoFile)
+{
+    LogRecorder log;
+    const TemporaryFolder folder;
+    const std::filesystem::path former = std::filesystem::current_path();
+    std::filesystem::current_path(folder.file("."));
+    for (const wchar_t* const path : {L"", static_cast<const wchar_t*>(nullptr)})
+    {
+        AtomicFileOutputStream stream(path, FileOpenMode::kBinary, kUtf8);
+        EXPECT_FALSE(stream.isOK());
+        expectOneFailure(log, L"", L"opening it in AtomicFileOutputStream");
+        EXPECT_EQ(folder.count(), 0u);
+    }
+    std::filesystem::current_path(former);
 }
 
 #if !defined(_WIN32)
@@ -346,9 +395,7 @@ TEST(AtomicFileOutputStreamTest, APipeIsNotReplaced)
     EXPECT_FALSE(stream.isOK());
     EXPECT_FALSE(stream.write("new"));
     EXPECT_FALSE(stream.commit());
-    const auto lines = log.take();
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_NE(lines[0].text.find(L"', replacing what is no file in AtomicFileOutputStream failed"), std::wstring::npos);
+    expectOneFailure(log, folder.widePath(L"pipe").c_str(), L"replacing what is no file in AtomicFileOutputStream");
     EXPECT_TRUE(std::filesystem::is_fifo(folder.file("pipe")));
     EXPECT_EQ(folder.count(), 1u);
 }
@@ -367,6 +414,89 @@ TEST(AtomicFileOutputStreamTest, SymbolicLinksAndPermissionsStay)
     EXPECT_EQ(folder.read("a"), "new");
     EXPECT_EQ(fs::status(folder.file("a")).permissions(),
               fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+}
+
+TEST(AtomicFileOutputStreamTest, ALinkToNoFileYetKeepsLeadingToTheNewOne)
+{
+    namespace fs = std::filesystem;
+    const TemporaryFolder folder;
+    fs::create_directory(folder.file("sub"));
+    fs::create_symlink("sub/second", folder.file("first"));
+    fs::create_symlink("../new", folder.file("sub/second"));
+    AtomicFileOutputStream stream(folder.widePath(L"first").c_str(), FileOpenMode::kBinary, kUtf8);
+    EXPECT_TRUE(stream.write("new"));
+    EXPECT_TRUE(stream.commit());
+    EXPECT_TRUE(fs::is_symlink(folder.file("first")));
+    EXPECT_TRUE(fs::is_symlink(folder.file("sub/second")));
+    EXPECT_FALSE(fs::is_symlink(folder.file("new")));
+    EXPECT_EQ(folder.read("new"), "new");
+}
+
+TEST(AtomicFileOutputStreamTest, LinksThatLeadNowhereAreNotReplaced)
+{
+    namespace fs = std::filesystem;
+    LogRecorder log;
+    const TemporaryFolder folder;
+    fs::create_symlink("circle", folder.file("circle"));
+    fs::create_symlink("none/a", folder.file("astray"));
+    for (const wchar_t* const name : {L"circle", L"astray"})
+    {
+        AtomicFileOutputStream stream(folder.widePath(name).c_str(), FileOpenMode::kBinary, kUtf8);
+        EXPECT_FALSE(stream.isOK());
+        EXPECT_EQ(log.take().size(), 1u);
+    }
+    EXPECT_TRUE(fs::is_symlink(folder.file("circle")));
+    EXPECT_TRUE(fs::is_symlink(folder.file("astray")));
+    EXPECT_EQ(folder.count(), 2u);
+}
+
+TEST(AtomicFileOutputStreamTest, ANameAsLongAsTheSystemTakesIsSaved)
+{
+    LogRecorder log;
+    const TemporaryFolder folder;
+    for (const std::size_t characters : {47u, 48u, 49u, 240u, 247u, 248u, 255u})
+    {
+        SCOPED_TRACE(characters);
+        const std::string name(characters, 'n');
+        AtomicFileOutputStream stream(folder.widePath(std::wstring(characters, L'n')).c_str(), FileOpenMode::kBinary,
+                                      kUtf8);
+        EXPECT_TRUE(stream.write("new"));
+        EXPECT_TRUE(stream.commit());
+        EXPECT_EQ(folder.read(name), "new");
+        std::filesystem::remove(folder.file(name));
+    }
+    EXPECT_EQ(folder.count(), 0u);
+    EXPECT_EQ(log.take().size(), 0u);
+}
+
+TEST(AtomicFileOutputStreamTest, ANameThatIsTooLongIsRefusedAtTheOpening)
+{
+    LogRecorder log;
+    const TemporaryFolder folder;
+    const std::wstring path = folder.widePath(std::wstring(256, L'n'));
+    AtomicFileOutputStream stream(path.c_str(), FileOpenMode::kBinary, kUtf8);
+    EXPECT_FALSE(stream.isOK());
+    expectOneFailure(log, path.c_str(), L"opening it in AtomicFileOutputStream");
+    EXPECT_EQ(folder.count(), 0u);
+}
+
+TEST(AtomicFileOutputStreamTest, AFileThatMayNotBeWrittenIsRefusedAsByFileOutputStream)
+{
+    namespace fs = std::filesystem;
+    LogRecorder log;
+    const TemporaryFolder folder;
+    fs::permissions(folder.file("."), fs::perms::all);
+    folder.write("a", "old");
+    fs::permissions(folder.file("a"), fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
+    const AsOrdinaryUser user;
+    const std::wstring path = folder.widePath(L"a");
+    FileOutputStream(path.c_str(), FileOpenMode::kBinary, kUtf8);
+    expectOneFailure(log, path.c_str(), L"opening it in FileOutputStream");
+    AtomicFileOutputStream stream(path.c_str(), FileOpenMode::kBinary, kUtf8);
+    EXPECT_FALSE(stream.isOK());
+    expectOneFailure(log, path.c_str(), L"opening it in AtomicFileOutputStream");
+    EXPECT_EQ(folder.read("a"), "old");
+    EXPECT_EQ(folder.count(), 1u);
 }
 #endif
 

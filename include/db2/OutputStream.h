@@ -69,10 +69,11 @@ private:
 };
 
 /// Writes a file from its beginning; what it held is lost at once. To keep it until the new content is complete, use
-/// AtomicFileOutputStream.
+/// AtomicFileOutputStream. What keeps it from being opened is logged as an error, with the path and the system's text.
 class DB2_API FileOutputStream : public OutputStream
 {
 public:
+    /// @param path  null and empty name no file.
     FileOutputStream(const wchar_t* path, FileOpenMode mode, OutputStreamEncoding encoding);
 
     /// False when the file could not be opened, is closed, or a write failed.
@@ -90,14 +91,16 @@ private:
 
 /// Writes a file that replaces another only when it is complete: into a temporary file in the same folder, which
 /// commit() flushes to disk and renames. A crash, a full disk or a missing commit leaves the old file as it was.
-/// A symbolic link keeps leading to its file, and the old file's permissions pass to the new one where the platform
-/// has them. A device or a pipe is not replaced: the stream is not OK then. What failed is logged as an error, with the path and the system's text.
+/// A symbolic link keeps leading to its file, be it a new one, and the old file's permissions pass to the new one where
+/// the platform has them. What cannot be replaced is told at once, the stream is not OK then: a folder, a device, a pipe, a
+/// file that may not be written to. What failed is logged as an error, with the path and the system's text.
 class DB2_API AtomicFileOutputStream : public OutputStream
 {
 public:
+    /// @param path  null and empty name no file.
     AtomicFileOutputStream(const wchar_t* path, FileOpenMode mode, OutputStreamEncoding encoding);
 
-    /// False when the temporary file could not be made, a write failed, and after commit().
+    /// False when the file cannot be replaced or the temporary one not be made, when a write failed, and after commit().
     [[nodiscard]] bool isOK() override;
     using OutputStream::write;
     bool write(const char* bytes, unsigned int count) override;

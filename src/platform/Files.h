@@ -2,6 +2,7 @@
 
 #include <kqx/String.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -61,9 +62,17 @@ enum class Creation
 /// True when the last failure of openForWriting() was that a file is there already.
 [[nodiscard]] bool lastErrorIsFileExists();
 
-/// False, with the system's last error set, when a device, a pipe or the like stands there: renaming a file over it would
-/// put the file in its place.
-[[nodiscard]] bool isReplaceable(const wchar_t* path);
+/// Looks for what forbids to put a file in the place of what is at @p path: no name, a folder, a device, a pipe or the like,
+/// a file that we may not write to. Nothing there yet is fine, whether or not its folder is there.
+/// @return null if nothing does, else the step that fails, for messages, with the last error set.
+[[nodiscard]] const wchar_t* checkReplaceable(const wchar_t* path);
+
+// Steps that checkReplaceable() names
+inline constexpr const wchar_t* kOpeningFile = L"opening it";
+inline constexpr const wchar_t* kReplacingNoFile = L"replacing what is no file";
+
+/// Where the last name of a path begins, behind the folders.
+[[nodiscard]] std::size_t findFileName(const kqx::String& path);
 
 /// Makes the system write the file's content to the disk. @return false, with the last error set, on failure.
 [[nodiscard]] bool flushToDisk(std::FILE* file);
@@ -78,7 +87,8 @@ void copyPermissions(const wchar_t* path, std::FILE* to);
 /// Removes a file; a failure leaves it.
 void removeFile(const wchar_t* path);
 
-/// Where a path that may be a symbolic link leads; the path itself when it is none. Throws std::bad_alloc.
+/// Where a path that may be a symbolic link leads, also when no file is there yet; the path itself when it is none.
+/// Throws std::bad_alloc.
 [[nodiscard]] kqx::String followLinks(const wchar_t* path);
 
 } // namespace db2

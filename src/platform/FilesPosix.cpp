@@ -11,11 +11,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cwchar>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace db2 {
@@ -103,6 +105,25 @@ void flushFolderOf(const std::string& path)
     const Descriptor opened(::open(folder.c_str(), O_RDONLY | O_CLOEXEC | O_DIRECTORY));
     if (opened.isOpen())
         ::fsync(opened.get()); // not every file system can; the rename stands all the same
+}
+
+/// Follows symbolic links to a name where no file is yet, as opening the path for writing would. Throws std::bad_alloc.
+std::string endOfLinks(std::string path)
+{
+    constexpr int kMostLinks = 40; // as many as Linux follows; in a circle it ends at a link
+    std::array<char, 4096> link;
+    for (int i = 0; i < kMostLinks; ++i)
+    {
+        const ssize_t bytes = ::readlink(path.c_str(), link.data(), link.size());
+        if (bytes <= 0 || static_cast<std::size_t>(bytes) == link.size())
+            break;
+        if (link[0] == '/')
+            path.clear();
+        else
+            path.resize(path.rfind('/') + 1); // 0 without one
+        path.append(link.data(), static_cast<std::size_t>(bytes));
+    }
+    return path;
 }
 
 // The steps of reading a file, by the names that they have in messages on every system.
@@ -238,16 +259,26 @@ bool lastErrorIsFileExists()
     return errno == EEXIST;
 }
 
-bool isReplaceable(const wchar_t* path)
+const wchar_t* checkReplaceable(const wchar_t* path)
 {
     std::string bytes;
-    struct stat status = {};
     if (!makeSystemPath(path, bytes))
-        return false;
-    if (::stat(bytes.c_str(), &status) != 0 || S_ISREG(status.st_mode) || S_ISDIR(status.st_mode))
-        return true; // what is wrong with a folder, or a path that leads nowhere, the next step says better
-    errno = EINVAL;
-    return false;
+        return kOpeningFile;
+    struct stat status = {};
+    if (::stat(bytes.c_str(), &status) != 0)
+        return errno == ENOENT && !bytes.empty() ? nullptr : kOpeningFile;
+    if (S_ISDIR(status.st_mode))
+        return failWith(EISDIR, kReplacingNoFile);
+    if (!S_ISREG(status.st_mode))
+        return failWith(EINVAL, kReplacingNoFile);
+    // Renaming over it asks for the folder's permissions alone.
+    return ::faccessat(AT_FDCWD, bytes.c_str(), W_OK, AT_EACCESS) == 0 ? nullptr : kOpeningFile;
+}
+
+std::size_t findFileName(const kqx::String& path)
+{
+    const std::size_t slash = std::wstring_view(path).rfind(L'/');
+    return slash == std::wstring_view::npos ? 0 : slash + 1;
 }
 
 bool flushToDisk(std::FILE* file)
@@ -287,13 +318,14 @@ kqx::String followLinks(const wchar_t* path)
     {
         void operator()(char* block) const { std::free(block); }
     };
-    const std::unique_ptr<char, Free> target(::realpath(systemPath(path).c_str(), nullptr));
-    if (target == nullptr) // also when there is no file yet
+    const std::string bytes = systemPath(path);
+    const std::unique_ptr<char, Free> resolved(::realpath(bytes.c_str(), nullptr));
+    const std::string target = resolved != nullptr ? std::string(resolved.get()) : endOfLinks(bytes);
+    if (target == bytes)
         return path;
-    const std::size_t bytes = std::char_traits<char>::length(target.get());
-    std::wstring wide(kqx::UCS2LengthFromUTF8(target.get(), bytes), L'\0');
-    kqx::UCS2FromUTF8(target.get(), bytes, wide.data());
-    const bool isUtf8 = systemPath(wide.c_str()) == target.get(); // else wide text cannot say where it leads
+    std::wstring wide(kqx::UCS2LengthFromUTF8(target.c_str(), target.size()), L'\0');
+    kqx::UCS2FromUTF8(target.c_str(), target.size(), wide.data());
+    const bool isUtf8 = systemPath(wide.c_str()) == target; // else wide text cannot say where it leads
     return isUtf8 ? kqx::String(wide.data(), wide.size()) : kqx::String(path);
 }
 

@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <string_view>
 
 namespace db2 {
 namespace {
@@ -133,18 +134,37 @@ bool lastErrorIsFileExists()
     return GetLastError() == ERROR_FILE_EXISTS;
 }
 
-bool isReplaceable(const wchar_t* path)
+const wchar_t* checkReplaceable(const wchar_t* path)
 {
+    const DWORD attributes = GetFileAttributesW(orEmpty(path));
+    if (attributes == INVALID_FILE_ATTRIBUTES)
+    {
+        const bool hasName = *orEmpty(path) != L'\0';
+        const DWORD error = GetLastError();
+        return hasName && (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) ? nullptr : kOpeningFile;
+    }
+    const bool isFolder = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    if (isFolder || (attributes & FILE_ATTRIBUTE_READONLY) != 0)
+    {
+        SetLastError(ERROR_ACCESS_DENIED);
+        return isFolder ? kReplacingNoFile : kOpeningFile;
+    }
     constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    const HANDLE file =
-        CreateFileW(orEmpty(path), 0, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE file = CreateFileW(path, 0, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
-        return true; // what is wrong with a folder, or a path that leads nowhere, the next step says better
+        return nullptr; // the next step says better what is wrong
     const bool isOnDisk = GetFileType(file) == FILE_TYPE_DISK;
     CloseHandle(file);
-    if (!isOnDisk)
-        SetLastError(ERROR_INVALID_PARAMETER);
-    return isOnDisk;
+    if (isOnDisk)
+        return nullptr;
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return kReplacingNoFile;
+}
+
+std::size_t findFileName(const kqx::String& path)
+{
+    const std::size_t separator = std::wstring_view(path).find_last_of(L"/\\:");
+    return separator == std::wstring_view::npos ? 0 : separator + 1;
 }
 
 bool flushToDisk(std::FILE* file)

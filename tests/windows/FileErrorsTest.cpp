@@ -49,6 +49,21 @@ protected:
         EXPECT_FALSE(stream.isOK());
         EXPECT_TRUE(log.tookError(L"Reading file '" + file + L"', " + step + L"() in FileInputStream" + ending(error)));
     }
+    /// Expects that opening for writing fails, with one error of this number.
+    void expectOpeningFails(const wchar_t* file, DWORD error)
+    {
+        FileOutputStream stream(file, FileOpenMode::kBinary, OutputStreamEncoding::kUtf8);
+        EXPECT_FALSE(stream.isOK());
+        EXPECT_TRUE(log.tookError(L"Writing file '" + std::wstring(file) + L"', opening it in FileOutputStream" +
+                                  ending(error)));
+    }
+    /// Expects that replacing fails before anything is written, with one error of this step and number.
+    void expectReplacingIsRefused(const std::wstring& file, const std::wstring& step, DWORD error)
+    {
+        AtomicFileOutputStream stream(file.c_str(), FileOpenMode::kBinary, OutputStreamEncoding::kUtf8);
+        EXPECT_FALSE(stream.isOK());
+        expectReplacingFailed(file, step, error);
+    }
     /// Expects that one error was logged about replacing the file.
     void expectReplacingFailed(const std::wstring& file, const std::wstring& step, DWORD error)
     {
@@ -117,7 +132,31 @@ TEST_F(WindowsFileErrorsTest, FileThatIsReadCannotBeWritten)
     ASSERT_TRUE(reader.isOK());
     FileOutputStream writer(path(L"a").c_str(), FileOpenMode::kBinary, OutputStreamEncoding::kUtf8);
     EXPECT_FALSE(writer.isOK());
+    log.take();
+    expectOpeningFails(path(L"a").c_str(), ERROR_SHARING_VIOLATION);
     EXPECT_EQ(folder.read("a"), "old");
+}
+
+// --- Writing ---
+
+TEST_F(WindowsFileErrorsTest, WritingInAMissingFolder)
+{
+    expectOpeningFails(path(L"none/a").c_str(), ERROR_PATH_NOT_FOUND);
+}
+
+TEST_F(WindowsFileErrorsTest, WritingAFolder)
+{
+    std::filesystem::create_directory(folder.file("sub"));
+    expectOpeningFails(path(L"sub").c_str(), ERROR_ACCESS_DENIED);
+}
+
+TEST_F(WindowsFileErrorsTest, WritingAReadOnlyFile)
+{
+    ASSERT_TRUE(SetFileAttributesW(path(L"a").c_str(), FILE_ATTRIBUTE_READONLY));
+    expectOpeningFails(path(L"a").c_str(), ERROR_ACCESS_DENIED);
+    expectReplacingIsRefused(path(L"a"), L"opening it", ERROR_ACCESS_DENIED);
+    EXPECT_EQ(folder.read("a"), "old");
+    EXPECT_TRUE(SetFileAttributesW(path(L"a").c_str(), FILE_ATTRIBUTE_NORMAL));
 }
 
 // --- Replacing ---
@@ -127,6 +166,13 @@ TEST_F(WindowsFileErrorsTest, ReplacingInAMissingFolder)
     AtomicFileOutputStream stream(path(L"none/a").c_str(), FileOpenMode::kBinary, OutputStreamEncoding::kUtf8);
     EXPECT_FALSE(stream.isOK());
     expectReplacingFailed(path(L"none/a"), L"creating a temporary file", ERROR_PATH_NOT_FOUND);
+}
+
+TEST_F(WindowsFileErrorsTest, ReplacingAFolder)
+{
+    std::filesystem::create_directory(folder.file("sub"));
+    expectReplacingIsRefused(path(L"sub"), L"replacing what is no file", ERROR_ACCESS_DENIED);
+    EXPECT_EQ(folder.count(), 2u);
 }
 
 TEST_F(WindowsFileErrorsTest, ReplacingAFileThatIsRead)
