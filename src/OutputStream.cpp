@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
+#include <functional>
 #include <limits>
 #include <new>
 #include <utility>
@@ -111,10 +112,16 @@ bool MemoryOutputStream::isOK()
 
 bool MemoryOutputStream::write(const char* bytes, unsigned int count)
 {
-    if (bytes == nullptr || !block_->ensureSpace(count))
+    if (bytes == nullptr)
         return false;
-    if (count != 0)
-        std::memcpy(block_->getInsertionPoint(), bytes, count);
+    const std::less<> isBefore; // also of pointers into different blocks
+    const char* const data = block_->getData();
+    const bool isOwn = data != nullptr && !isBefore(bytes, data) && isBefore(bytes, data + block_->getUsedSize());
+    const std::size_t offset = isOwn ? static_cast<std::size_t>(bytes - data) : 0;
+    if (!block_->ensureSpace(count))
+        return false;
+    if (count != 0) // the block's own bytes have moved with it; those up to the end of the used ones may overlap
+        std::memmove(block_->getInsertionPoint(), isOwn ? block_->getData() + offset : bytes, count);
     block_->incrementUsedSize(count);
     return true;
 }

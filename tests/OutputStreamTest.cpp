@@ -183,6 +183,23 @@ TEST(MemoryOutputStreamTest, NoBytesSucceedAndChangeNothing)
     EXPECT_EQ(block.getAllocatedSize(), 1024u);
 }
 
+TEST(MemoryOutputStreamTest, BytesOfTheBlockItselfAreAppendedAlsoWhenItGrows)
+{
+    MemoryBlock block;
+    MemoryOutputStream stream(block, kUtf8);
+    std::string expected(1000, 'x');
+    expected += "end";
+    ASSERT_TRUE(stream.write(expected.c_str()));
+    for (int i = 0; i < 10; ++i)
+    {
+        EXPECT_TRUE(stream.write(block.getData(), block.getUsedSize()));
+        expected += expected;
+        EXPECT_TRUE(stream.write(block.getData() + 1000, 3));
+        expected += expected.substr(1000, 3);
+    }
+    EXPECT_EQ(content(block), expected);
+}
+
 TEST(MemoryOutputStreamTest, NullBytesAreRefused)
 {
     MemoryBlock block;
