@@ -47,6 +47,12 @@ Status refuse(Status status, const wchar_t* message, const wchar_t* name = nullp
     return status;
 }
 
+/// What a creation answers that gave no object.
+Status failureOf(Status answer)
+{
+    return answer != Status::kSuccess ? answer : Status::kFailure;
+}
+
 } // namespace
 
 // --- Nodes ---
@@ -71,8 +77,8 @@ Status LoadStrategy::makeNode(const wchar_t* typeName, const wchar_t* moduleId, 
     const Status status = isKnown
                               ? data_.db_createNode(nodeTemplate->getTypeId(), name, parent, next, &node)
                               : data_.db_createUnknownNode(currentName, *module, name, parent, next, isLegacy, &node);
-    if (status != Status::kSuccess)
-        return refuse(status, isLegacy ? L"Failed to create legacy node" : L"Failed to create node");
+    if (status != Status::kSuccess || node == nullptr) // a layer may keep the result to itself
+        return refuse(failureOf(status), isLegacy ? L"Failed to create legacy node" : L"Failed to create node");
     if (isLegacy && !succeeds([&] { legacyNodes_.push_back(node); }))
         return Status::kFailure;
     if (node->getParent() == loadParent_)
@@ -201,7 +207,9 @@ Status LoadStrategy::makeElementToPopulate(ElementMetaDataDef& definition, Node&
     if (isDynamic)
     {
         const Status status = data_.db_createDynamicElement(definition, name, &node, nullptr, outElement);
-        return status == Status::kSuccess ? status : refuse(status, L"Failed to create dynamic element '%s'", name);
+        if (status == Status::kSuccess && *outElement != nullptr)
+            return status;
+        return refuse(failureOf(status), L"Failed to create dynamic element '%s'", name);
     }
     if (node.isLegacy())
     {

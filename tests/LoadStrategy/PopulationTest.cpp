@@ -1,3 +1,4 @@
+#include "support/FaultyLayer.h"
 #include "support/LoadScene.h"
 
 #include <db2/EnumAttributeMetaDataDef.h>
@@ -169,6 +170,46 @@ TEST_F(LoadStrategyPopulationTest, ANodeOfARegisteredTypeIsMadeThroughTheInterfa
         EXPECT_EQ(node->getTypeName(), L"All");
     });
     EXPECT_EQ(logged(), Lines{});
+}
+
+TEST_F(LoadStrategyPopulationTest, ALayerThatAnswersWithoutAnObjectHasFailed)
+{
+    for (const Fault fault : {Fault::kSwallows, Fault::kDropsResult})
+    {
+        SCOPED_TRACE(static_cast<int>(fault));
+        FaultyLayer known(&scene.core(), {fault, Operation::kCreateNode});
+        FaultyLayer unknown(&scene.core(), {fault, Operation::kCreateUnknownNode});
+        FaultyLayer dynamic(&scene.core(), {fault, Operation::kCreateDynamicElement});
+        for (FaultyLayer* const layer : {&known, &unknown, &dynamic})
+        {
+            TestLoader once(stream, *layer, scene.core(), 3, 0, nullptr);
+            once.script = [&](TestLoader& self) {
+                fillHeader(self);
+                addModule(self, L"Missing", 1);
+                EXPECT_EQ(self.validateHeaderData(), Status::kSuccess);
+                Node* node = nullptr;
+                const auto make = [&](const wchar_t* type, const wchar_t* module, bool works) {
+                    EXPECT_EQ(self.makeNode(type, module, L"n", parent, nullptr, &node),
+                              works ? Status::kSuccess : Status::kFailure);
+                };
+                make(L"Any", L"Missing", layer != &unknown);
+                make(L"Dropped", L"Test", layer != &unknown);
+                make(L"All", L"Test", layer != &known);
+                Attribute* attribute = nullptr;
+                if (layer == &dynamic)
+                {
+                    EXPECT_EQ(self.getAttributeToPopulate(node, L"x", AttributeType::kInt, true, &attribute),
+                              Status::kFailure);
+                }
+                return Status::kFailure;
+            };
+            EXPECT_EQ(once.load(*parent, nullptr), Status::kFailure);
+        }
+    }
+    EXPECT_EQ(logged(),
+              (Lines{L"E Failed to create node", L"E Failed to create node", L"E Failed to create legacy node",
+                     L"E Failed to create dynamic element 'x'", L"E Failed to create node", L"E Failed to create node",
+                     L"E Failed to create legacy node", L"E Failed to create dynamic element 'x'"}));
 }
 
 TEST_F(LoadStrategyPopulationTest, TypeAndModuleAreMigratedFirst)
