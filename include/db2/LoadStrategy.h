@@ -217,7 +217,6 @@ private:
     Status loseReference(const DeferredReference& reference, Status reason, const wchar_t* message) const;
     Status resolve(const kqx::String& path, Attribute** outAttribute);
     Status resolveAnew(const kqx::String& path, Attribute** outAttribute);
-    Status resolveFrom(const Node* root, const wchar_t* path, Attribute** outAttribute);
     void offerLegacyConnection(Attribute& found, Attribute& holder);
     void disposeOfLegacyElements();
     [[nodiscard]] bool countAndChoose(const LegacyElement& legacy);

@@ -153,34 +153,32 @@ Status LoadStrategy::resolve(const kqx::String& path, Attribute** outAttribute)
     return status;
 }
 
-/// Along the names that the file knows: its first step may lead to a node that got another name here.
-/// Throws std::bad_alloc.
+/// Along the names that the file knows: its first step may lead to a node that got another name here, or that a migrator
+/// has destroyed since; then whatever else bears the name is not meant. Throws std::bad_alloc.
 Status LoadStrategy::resolveAnew(const kqx::String& path, Attribute** outAttribute)
 {
+    // The whole path, because what is behind the first step is resolved alone.
+    const Status checked = onLostReference_ ? findPathFault(path.c_str()).status : dbu_validatePath(path.c_str());
+    if (checked != Status::kSuccess)
+        return checked;
     const wchar_t* rest = path.c_str();
-    Node* root = loadParent_;
+    const Node* root = loadParent_;
     if (!renamedTopNodes_.empty())
     {
         const wchar_t* behindFirst = nullptr;
         const auto renamed = renamedTopNodes_.find(firstStep(path, behindFirst));
-        if (renamed != renamedTopNodes_.end() && renamed->second.get() != nullptr)
+        if (renamed != renamedTopNodes_.end())
         {
-            root = renamed->second.get();
+            root = renamed->second.get(); // null resolves to nothing
             rest = behindFirst;
         }
     }
-    return resolveFrom(root, rest, outAttribute);
-}
-
-/// Says what is wrong with the path, or leaves that to whoever is told of lost references.
-Status LoadStrategy::resolveFrom(const Node* root, const wchar_t* path, Attribute** outAttribute)
-{
+    const Status status = dbu_resolvePath(root, rest, nullptr, nullptr, outAttribute, false, &migrators_);
+    if (status != Status::kSuccess || *outAttribute != nullptr)
+        return status;
     if (!onLostReference_)
-        return dbu_pathToAttribute(root, path, outAttribute, true, &migrators_);
-    Status status = findPathFault(path).status;
-    if (status == Status::kSuccess)
-        status = dbu_resolvePath(root, path, nullptr, nullptr, outAttribute, false, &migrators_);
-    return status == Status::kSuccess && *outAttribute == nullptr ? Status::kPathNotAttribute : status;
+        logError(L"'%s' does not resolve to an attribute.", path.c_str());
+    return Status::kPathNotAttribute;
 }
 
 void LoadStrategy::offerLegacyConnection(Attribute& found, Attribute& holder)

@@ -1,6 +1,8 @@
 #include "support/LoadScene.h"
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace db2test {
 namespace {
@@ -314,6 +316,48 @@ TEST_F(LoadStrategyReferencesTest, ANodeOfTheTreeThatTheFileDoesNotNameIsReached
     Node* const there = scene.node(L"there", parent);
     EXPECT_EQ(loadReference(L"|there.Int"), Status::kSuccess);
     EXPECT_EQ(intOf(b)->getReference(), intOf(there));
+}
+
+TEST_F(LoadStrategyReferencesTest, ARenamedNodeThatIsGoneIsNotTakenForTheHostsOwnOfThatName)
+{
+    Node* const original = scene.node(L"a", parent);
+    EXPECT_EQ(load([&](TestLoader& self) {
+                  a = makeNode(L"All", L"a");
+                  b = makeNode(L"All", L"b");
+                  self.addUnresolvedReference(intOf(b), L"|a.Int", false);
+                  EXPECT_EQ(data.db_destroyLeafNode(a), Status::kSuccess);
+                  return Status::kSuccess;
+              }),
+              Status::kFailure);
+    EXPECT_EQ(intOf(original)->getReferents(), nullptr);
+    EXPECT_EQ(logged(), (Lines{L"E Failed to resolve attribute path '|a.Int'"}));
+}
+
+TEST_F(LoadStrategyReferencesTest, PathsToRenamedNodesAreCheckedAndToldWhole)
+{
+    scene.node(L"a", parent);
+    const std::vector<std::pair<const wchar_t*, Lines>> paths = {
+        {L"a.Int", {}},
+        {L"|a", {L"E '|a' does not resolve to an attribute."}},
+        {L"|a.Gone", {}},
+        {L"|a..Int", {L"E '|a..Int' contains reserved characters placed next to each other."}},
+        {L"|a:IntItems[x]", {L"E '|a:IntItems[x]' contains square braces with non numerical characters in."}}};
+    for (const auto& [path, messages] : paths)
+    {
+        SCOPED_TRACE(::testing::Message() << path);
+        TestLoader once(stream, data, scene.core(), 3, 0, nullptr);
+        once.script = [&, path = path](TestLoader& self) {
+            fillHeader(self);
+            EXPECT_EQ(self.validateHeaderData(), Status::kSuccess);
+            Node* node = nullptr;
+            EXPECT_EQ(self.makeNode(L"All", L"Test", L"a", parent, nullptr, &node), Status::kSuccess);
+            return self.addUnresolvedReference(node->findAttributeByName(L"Float"), path, false);
+        };
+        EXPECT_EQ(once.load(*parent, nullptr), Status::kFailure);
+        Lines expected = messages;
+        expected.push_back(std::wstring(L"E Failed to resolve attribute path '") + path + L"'");
+        EXPECT_EQ(logged(), expected);
+    }
 }
 
 TEST_F(LoadStrategyReferencesTest, ANameThatAnotherNodeGotIsTheOneOfTheFile)
