@@ -263,10 +263,14 @@ Element* LoadStrategy::findElement(const Node& node, const wchar_t* name)
 Status LoadStrategy::makeLegacyElement(const ElementMetaDataDef& definition, Node& node, const wchar_t* name,
                                        AttributeTypeId typeId, Element** outElement)
 {
-    const bool reserved = succeeds([&] { legacyElements_.push_back({&node, nullptr}); });
+    const ElementMetaDataDef* madeFrom = nullptr;
+    const bool reserved = succeeds([&] {
+        madeFrom = &definitionWithChoices(definition, typeId);
+        legacyElements_.push_back({&node, nullptr}); // last: what finds an entry looks at its element
+    });
     if (!reserved)
         return Status::kFailure;
-    const Status status = core_.createLegacyElement(definitionWithChoices(definition, typeId), name, &node, outElement);
+    const Status status = core_.createLegacyElement(*madeFrom, name, &node, outElement);
     if (status == Status::kSuccess)
         legacyElements_.back().element = *outElement;
     else
