@@ -135,7 +135,9 @@ Node* replaceUnknownNode(Node& unknown, DataInterface& data, CoreManager& core, 
 {
     kqx::String name;
     const NodeTemplate* const nodeTemplate = core.getRegistry().lookupNodeTemplate(unknown.getTypeName().c_str());
-    if (nodeTemplate == nullptr || !succeeds([&] { name = unknown.getName(); }))
+    // The registry knows types by their names alone, and another module may have one of this name.
+    const bool isThere = nodeTemplate != nullptr && nodeTemplate->getModule()->getId() == unknown.getModule()->getId();
+    if (!isThere || !succeeds([&] { name = unknown.getName(); }))
         return nullptr;
     Node* known = nullptr;
     data.db_createNode(nodeTemplate->getTypeId(), name.c_str(), unknown.getParent(), unknown.getNextSibling(), &known);

@@ -177,6 +177,15 @@ TEST_F(LoadStrategyUnknownNodesTest, TypesThatTheModuleLacksAndOtherModulesStayU
     EXPECT_EQ(names(), L"a? b c? ");
 }
 
+TEST_F(LoadStrategyUnknownNodesTest, ATypeOfTheSameNameInAnotherModuleIsAnother)
+{
+    Node* const node = unknown(L"node", nullptr, L"All");
+    EXPECT_EQ(convert(), Status::kSuccess);
+    EXPECT_EQ(names(), L"node? ");
+    EXPECT_FALSE(node->isDestroyed());
+    EXPECT_EQ(logged(), Lines{});
+}
+
 TEST_F(LoadStrategyUnknownNodesTest, ANodeThatCannotBeMadeStaysUnknownAndTheRestGoesOn)
 {
     unknown(L"b", unknown(L"a"));
