@@ -88,29 +88,31 @@ private:
 
     void convertAttribute(Attribute& to, const Attribute& from)
     {
-        if (from.isUnknown() && lacksValue(from))
+        const Attribute& shown = ends_.of(from);
+        if (from.isUnknown() && lacksValue(shown))
             return; // the type knows the default, as it would have when the file was loaded
         if (from.isUnknown() && from.getTypeId() == AttributeType::kEnum)
-            copyFromUnknownEnum(to, from);
+            copyFromUnknownEnum(to, shown);
         else
-            dbu_copyAttribute(&to, &ends_.of(from), &data_);
+            dbu_copyAttribute(&to, &shown, &data_);
     }
 
-    /// The two count their choices differently, so the value goes over as the choice's text.
-    void copyFromUnknownEnum(Attribute& to, const Attribute& from)
+    /// The two count their choices differently, so the value goes over as the choice's text; as the number that it is
+    /// where it names no choice.
+    void copyFromUnknownEnum(Attribute& to, const Attribute& shown)
     {
-        const Attribute& shown = ends_.of(from);
         if (shown.getTypeId() != AttributeType::kEnum)
             return; // a number of something else; the reference that shows it moves over
         const auto& learned = static_cast<const EnumAttributeMetaData&>(*shown.getMetaData());
-        if (learned.getNumChoices() == 0)
+        const bool hasValue = learned.getNumChoices() != 0 || shown.hasFlag(ElementFlag::kValueLoaded);
+        if (!hasValue && !differsFromDefault(shown))
             return; // no value ever came
         const auto& known = static_cast<const EnumAttributeMetaData&>(*to.getMetaData());
         const int value = shown.getValue().asInt();
         const bool isChoice = value >= 0 && static_cast<unsigned int>(value) < learned.getNumChoices();
-        const wchar_t* const choice = isChoice ? learned.getChoice(static_cast<unsigned int>(value)) : L"";
-        const int index = known.getChoiceIndex(choice);
-        if (index < 0)
+        const wchar_t* const choice = isChoice ? learned.getChoice(static_cast<unsigned int>(value)) : nullptr;
+        const int index = isChoice ? known.getChoiceIndex(choice) : value;
+        if (isChoice && index < 0)
         {
             logWarning(L"'%s' is no choice of '%s' in a node of type '%s', which keeps its default.", choice,
                        to.getName(), to_.getTypeName().c_str());

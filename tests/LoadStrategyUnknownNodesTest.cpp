@@ -340,6 +340,26 @@ TEST_F(LoadStrategyUnknownNodesTest, AnEnumThatNeverGotAValueHasTheDefaultWithou
     EXPECT_EQ(logged(), Lines{});
 }
 
+TEST_F(LoadStrategyUnknownNodesTest, ANumberThatIsNoLearnedChoiceGoesOverAsItIs)
+{
+    EXPECT_EQ(load([&](TestLoader&) {
+                  write(populate(unknown(L"first"), L"colour", AttributeType::kEnum), 0);
+                  write(populate(unknown(L"alone"), L"colour", AttributeType::kEnum), 2);
+                  scene.write(addColour(unknown(L"among"), L"red"), 7);
+                  scene.write(addColour(unknown(L"below"), L"red"), -1);
+                  scene.write(static_cast<Attribute*>(add(unknown(L"host"), L"colour", AttributeType::kEnum)), 1);
+                  return Status::kSuccess;
+              }),
+              Status::kSuccess);
+    convert();
+    EXPECT_EQ(valueOf(converted(L"first"), L"colour"), 0);
+    EXPECT_EQ(valueOf(converted(L"alone"), L"colour"), 2);
+    EXPECT_EQ(valueOf(converted(L"among"), L"colour"), 7);
+    EXPECT_EQ(valueOf(converted(L"below"), L"colour"), -1);
+    EXPECT_EQ(valueOf(converted(L"host"), L"colour"), 1);
+    EXPECT_EQ(logged(), Lines{});
+}
+
 TEST_F(LoadStrategyUnknownNodesTest, AnEnumThatReferencesIsCopiedByTheTextOfTheChoiceItShows)
 {
     Attribute* const referencer = addColour(unknown(L"a"), L"red");
