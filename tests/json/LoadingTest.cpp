@@ -257,7 +257,8 @@ TEST_F(JsonMigrationTest, MigratorsRenameTypesElementsAndChoices)
     std::string text =
         documentOf({nodeText("\"attributes\": [[\"oldInt\", \"Int\", 5], [\"oldEnum\", \"Enum\", \"lonely\"], "
                              "[\"Double\", \"Double ->\", \"|node.oldInt\"]],\n"
-                             "\"dynamic\": [[\"d\", \"Enum\", {\"choices\": [\"lonely\"]}, \"lonely\"]]")});
+                             "\"dynamic\": [[\"d\", \"Enum\", {\"choices\": [\"lonely\"]}, \"lonely\"], "
+                             "[\"ds\", \"Enum[]\", {\"choices\": [\"none\", \"lonely\"]}, [\"lonely\"]]]")});
     text.replace(text.find("\"All\""), 5, "\"Oldest\"");
     scene.log().take();
     EXPECT_EQ(loadText(scene, text), Status::kLoadedWithMigration);
@@ -267,7 +268,8 @@ TEST_F(JsonMigrationTest, MigratorsRenameTypesElementsAndChoices)
     EXPECT_EQ(loadedAttribute(scene, L"Double")->getReference(), loadedAttribute(scene, L"Int"));
     EXPECT_TRUE(loadedAttribute(scene, L"d")->hasFlag(ElementFlag::kValueLoaded));
     EXPECT_EQ(migrator.choicesAskedFor,
-              std::set<std::wstring>{L"Enum"}); // by its present name, and not for the dynamic one
+              std::set<std::wstring>{L"Enum"}); // by its present name, and not for the dynamic ones
+    EXPECT_EQ(first()->findAttributeArrayByName(L"ds")->getAttribute(0)->getValue().asInt(), 1);
     EXPECT_EQ(migrator.loaded, std::vector<std::wstring>{L"node"});
 }
 

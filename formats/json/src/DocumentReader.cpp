@@ -37,7 +37,9 @@ UnknownEnumAttributeMetaData* learningEnum(Attribute& attribute)
 bool isMigrated(const Attribute& attribute)
 {
     const Node& node = *attribute.getNode();
-    return !attribute.isDynamic() && !node.isUnknown() && !node.isLegacy();
+    const AttributeArray* const array = attribute.getParentArray(); // an item does not carry the mark of its array
+    const bool isDynamic = array != nullptr ? array->isDynamic() : attribute.isDynamic();
+    return !isDynamic && !node.isUnknown() && !node.isLegacy();
 }
 
 } // namespace
