@@ -12,13 +12,23 @@ namespace db2 {
 /// Whether the value that an attribute shows is another than its default, if only in a bit.
 [[nodiscard]] bool differsFromDefault(const Attribute& attribute);
 
-/// An element that a loader made or found, without ever getting a value for it.
-[[nodiscard]] inline bool wasLoadedWithoutValue(const Attribute& attribute)
+/// The attribute whose own value this one shows, at the end of its references. Cost: a step for each of them.
+[[nodiscard]] inline const Attribute& shownBy(const Attribute& attribute)
 {
-    return attribute.hasFlag(ElementFlag::kLoaded) && !attribute.hasFlag(ElementFlag::kValueLoaded);
+    const Attribute* shown = &attribute;
+    while (const Attribute* const referenced = shown->getReference())
+        shown = referenced;
+    return *shown;
 }
 
-/// The same, and nobody has written one since: its value says nothing.
+/// Whether what an attribute shows is the value of an unknown one that a loader made without ever getting a value for it.
+[[nodiscard]] inline bool wasLoadedWithoutValue(const Attribute& attribute)
+{
+    const Attribute& shown = shownBy(attribute);
+    return shown.isUnknown() && shown.hasFlag(ElementFlag::kLoaded) && !shown.hasFlag(ElementFlag::kValueLoaded);
+}
+
+/// The same, and nobody has written one since: the value says nothing, since only the type knows the default.
 [[nodiscard]] inline bool lacksValue(const Attribute& attribute)
 {
     return wasLoadedWithoutValue(attribute) && !differsFromDefault(attribute);

@@ -47,6 +47,9 @@ DB2_API Status dbu_destroyIf(NodeIterator& nodes, DataInterface* data, bool (*pr
 
 /// Writes the value that @p from shows, through its references, to @p to, converted as ValueHandle::assign does.
 /// Does nothing when @p to cannot be locked.
+/// The Enum of an unknown node gets a choice by its text, since it counts its choices as they come. An unknown attribute
+/// whose value the file lacked, so that only its type knows it, gives another unknown one none either: both are saved and
+/// converted as attributes without a value. This mark is no edit, and undo leaves it as it is.
 DB2_API void dbu_copyAttribute(Attribute* to, const Attribute* from, DataInterface* data);
 
 /// Gives @p to the size of @p from, and each item the value that its counterpart shows. Items that cannot be locked, and

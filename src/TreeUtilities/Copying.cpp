@@ -78,30 +78,16 @@ Node* createNodeLike(const Node& source, Editors editors, Node* parent, Node* ne
 /// The same as copyElementValue(), however many references lie between an attribute and the value that it shows.
 void copyShownValue(Element& to, const Element& from, Editors editors)
 {
+    const auto copy = [&](Attribute& target, const Attribute& source) {
+        dbu_copyAttribute(&target, &editors.chains.of(source), &editors.data);
+    };
     if (!from.isAttributeArray())
-    {
-        const Attribute& shown = editors.chains.of(static_cast<const Attribute&>(from));
-        dbu_copyAttribute(static_cast<Attribute*>(&to), &shown, &editors.data);
-        return;
-    }
+        return copy(static_cast<Attribute&>(to), static_cast<const Attribute&>(from));
     const auto& items = static_cast<const AttributeArray&>(from);
     auto& newItems = static_cast<AttributeArray&>(to);
     editors.data.db_resizeAttributeArray(&newItems, items.getSize());
     for (unsigned int i = 0; i < std::min(newItems.getSize(), items.getSize()); ++i)
-        dbu_copyAttribute(newItems.getAttribute(i), &editors.chains.of(*items.getAttribute(i)), &editors.data);
-}
-
-/// Hands on what an unknown element's flags say about its value in the file: a copy is saved and converted likewise.
-void copyLoadState(Element& to, const Element& from)
-{
-    constexpr std::uint32_t kLoadState = ElementFlag::kLoaded | ElementFlag::kValueLoaded;
-    to.setFlag(from.getFlags() & kLoadState);
-    if (!from.isAttributeArray())
-        return;
-    const auto& items = static_cast<const AttributeArray&>(from);
-    const auto& newItems = static_cast<const AttributeArray&>(to);
-    for (unsigned int i = 0; i < std::min(newItems.getSize(), items.getSize()); ++i)
-        newItems.getAttribute(i)->setFlag(items.getAttribute(i)->getFlags() & kLoadState);
+        copy(*newItems.getAttribute(i), *items.getAttribute(i));
 }
 
 void copyElements(const Node& source, Node& copy, Editors editors)
@@ -113,11 +99,7 @@ void copyElements(const Node& source, Node& copy, Editors editors)
         const bool isMade = from.isDynamic() || from.isUnknown();
         Element* const to = isMade ? createElementLike(from, copy, editors.data, editors.core) : copy.getElement(i);
         if (to != nullptr && to->isAttributeArray() == from.isAttributeArray()) // else the type is another one there
-        {
             copyShownValue(*to, from, editors);
-            if (from.isUnknown())
-                copyLoadState(*to, from);
-        }
     }
 }
 

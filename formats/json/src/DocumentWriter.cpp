@@ -297,16 +297,25 @@ void DocumentWriter::writeItemValue(const Attribute& item)
 void DocumentWriter::writeShownValue(const Attribute& attribute)
 {
     const ConstValueHandle value = attribute.getValue();
+    const bool isEnum = attribute.getTypeId() == AttributeType::kEnum;
+    if (isEnum && value.getTypeId() == AttributeType::kEnum && attribute.isUnknown())
+    {
+        // Unknown Enums count their choices each in its own way, so the one whose value it is names the choice.
+        const Attribute* shown = &attribute;
+        while (shown->getReference() != nullptr)
+            shown = shown->getReference();
+        return writeEnum(*shown, value.asInt());
+    }
     // A reference may lead to an attribute of another type; what is written is read as this one's.
     if (value.getTypeId() != attribute.getTypeId())
     {
         const DefaultValue converted(attribute.getTypeId(), value);
-        if (attribute.getTypeId() == AttributeType::kEnum)
+        if (isEnum)
             writeEnum(attribute, converted.asInt());
         else
             writeValue(json_, converted);
     }
-    else if (attribute.getTypeId() == AttributeType::kEnum)
+    else if (isEnum)
         writeEnum(attribute, value.asInt());
     else
         writeValue(json_, value);

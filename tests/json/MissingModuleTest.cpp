@@ -1,0 +1,223 @@
+// Data of a module that an application lacks: whatever is done with it there, an application that has the module finds
+// what it would have found if the first one had had it, too.
+
+#include "support/Random.h"
+#include "support/TreeDump.h"
+#include "json/Documents.h"
+
+#include <db2/EnumAttributeMetaDataDef.h>
+
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace db2test {
+namespace {
+
+constexpr unsigned int kThing = 90;
+
+/// An application with or without the module "Rig", whose type "Thing" has an Int, a String and an Enum, each once alone
+/// and once as an array, with defaults that only the type knows.
+class App
+{
+public:
+    enum Kind
+    {
+        kWithModule,
+        kWithoutModule
+    };
+
+    explicit App(Kind kind)
+    {
+        if (kind == kWithoutModule)
+            return;
+        auto* const module = new Module;
+        module->setId(L"Rig");
+        EXPECT_EQ(registerModule(module), Status::kSuccess);
+        auto* const thing = new NodeTemplate(L"Thing", kThing, *module);
+        IntAttributeMetaDataDef number;
+        number.setDefaultValue(5);
+        add(*thing, number, L"number", L"numbers");
+        StringAttributeMetaDataDef text;
+        EXPECT_TRUE(text.setDefaultValue(L"unset"));
+        add(*thing, text, L"text", L"texts");
+        EnumAttributeMetaDataDef colour;
+        for (const wchar_t* const choice : {L"red", L"green", L"blue"})
+            EXPECT_TRUE(colour.addChoice(choice));
+        colour.setDefaultValue(1);
+        add(*thing, colour, L"colour", L"colours");
+        EXPECT_EQ(scene.registry().registerNodeTemplate(thing), Status::kSuccess);
+    }
+    App(Kind kind, const std::string& file) : App(kind)
+    {
+        EXPECT_EQ(loadText(scene, file), Status::kSuccess);
+        for (const LogRecorder::Line& line : scene.log().take())
+            ADD_FAILURE() << std::string(line.text.begin(), line.text.end());
+    }
+
+    Node* make(const wchar_t* name) { return scene.nodeOf(kThing, name); }
+    Node* find(const wchar_t* name) { return scene.root()->findChildByName(name); }
+    void reference(Attribute* referenced, Attribute* referencer)
+    {
+        ASSERT_EQ(scene.core().db_createReference(referenced, referencer, false), Status::kSuccess);
+    }
+    void resize(Node* node, const wchar_t* name, unsigned int size)
+    {
+        ASSERT_EQ(dbu_resizeAttributeArray(node->findAttributeArrayByName(name), size, &scene.core()),
+                  Status::kSuccess);
+    }
+    void destroy(const wchar_t* name)
+    {
+        dbu_destroyNodeRecursively(find(name), &scene.core());
+        scene.commit();
+    }
+    [[nodiscard]] std::string save(unsigned int options = 0, Status expected = Status::kSuccess)
+    {
+        return saveScene(scene, options, expected);
+    }
+
+    Scene scene;
+
+private:
+    static void add(NodeTemplate& thing, ElementMetaDataDef& definition, const wchar_t* name, const wchar_t* arrayName)
+    {
+        EXPECT_EQ(thing.addAttribute(definition, name), Status::kSuccess);
+        definition.setArray(true);
+        EXPECT_EQ(thing.addAttribute(definition, arrayName), Status::kSuccess);
+    }
+};
+
+Attribute* attribute(Node* node, const wchar_t* name)
+{
+    return node->findAttributeByName(name);
+}
+
+Attribute* item(Node* node, const wchar_t* name, unsigned int index)
+{
+    return node->findAttributeArrayByName(name)->getAttribute(index);
+}
+
+std::vector<int> valuesOf(Node* node, const wchar_t* name)
+{
+    std::vector<int> values;
+    const AttributeArray* const array = node->findAttributeArrayByName(name);
+    for (unsigned int i = 0; i < array->getSize(); ++i)
+        values.push_back(array->getAttribute(i)->getValue().asInt());
+    return values;
+}
+
+// --- Whose value it is ---
+
+TEST(JsonMissingModuleTest, ACopyWithoutReferencesHasAValueWhereTheAttributeThatIsShownHasOne)
+{
+    const auto copyBoth = [](App& app) {
+        for (const wchar_t* const name : {L"a", L"b"})
+            dbu_copyNodeWithNoReferences(app.find(name), &app.scene.core(), &app.scene.core(), nullptr, nullptr,
+                                         (std::wstring(L"copy of ") + name).c_str());
+        app.scene.commit();
+    };
+    std::string file;
+    {
+        App app(App::kWithModule);
+        for (const wchar_t* const name : {L"zero", L"unset", L"a", L"b"})
+            app.make(name);
+        app.scene.write(attribute(app.find(L"zero"), L"number"), 0);
+        app.reference(attribute(app.find(L"zero"), L"number"), attribute(app.find(L"a"), L"number"));
+        app.scene.write(attribute(app.find(L"b"), L"number"), 0);
+        app.reference(attribute(app.find(L"unset"), L"number"), attribute(app.find(L"b"), L"number"));
+        app.resize(app.find(L"a"), L"numbers", 1);
+        app.reference(attribute(app.find(L"zero"), L"number"), item(app.find(L"a"), L"numbers", 0));
+        file = app.save();
+        copyBoth(app);
+        EXPECT_EQ(attribute(app.find(L"copy of a"), L"number")->getValue().asInt(), 0);
+        EXPECT_EQ(attribute(app.find(L"copy of b"), L"number")->getValue().asInt(), 5);
+    }
+    {
+        App app(App::kWithoutModule, file);
+        copyBoth(app);
+        file = app.save();
+    }
+    App app(App::kWithModule, file);
+    EXPECT_EQ(attribute(app.find(L"copy of a"), L"number")->getValue().asInt(), 0);
+    EXPECT_EQ(attribute(app.find(L"copy of b"), L"number")->getValue().asInt(), 5);
+    EXPECT_EQ(valuesOf(app.find(L"copy of a"), L"numbers"), std::vector<int>{0});
+}
+
+TEST(JsonMissingModuleTest, ACopiedValueIsOneEvenIfItIsZeroAndNoValueIsCopiedAsNone)
+{
+    std::string file;
+    {
+        App app(App::kWithModule);
+        for (const wchar_t* const name : {L"zero", L"unset", L"seven", L"hub"})
+            app.make(name);
+        app.scene.write(attribute(app.find(L"zero"), L"number"), 0);
+        app.scene.write(attribute(app.find(L"seven"), L"number"), 7);
+        app.resize(app.find(L"hub"), L"numbers", 3); // so that all three stand in the file
+        for (unsigned int i = 0; i < 3; ++i)
+            app.reference(attribute(app.find(i == 0   ? L"zero"
+                                             : i == 1 ? L"unset"
+                                                      : L"seven"),
+                                    L"number"),
+                          item(app.find(L"hub"), L"numbers", i));
+        file = app.save();
+    }
+    {
+        App app(App::kWithoutModule, file);
+        dbu_copyAttribute(attribute(app.find(L"seven"), L"number"), attribute(app.find(L"unset"), L"number"),
+                          &app.scene.core());
+        dbu_copyAttribute(attribute(app.find(L"unset"), L"number"), attribute(app.find(L"zero"), L"number"),
+                          &app.scene.core());
+        file = app.save();
+    }
+    App app(App::kWithModule, file);
+    EXPECT_EQ(attribute(app.find(L"seven"), L"number")->getValue().asInt(), 5);
+    EXPECT_EQ(attribute(app.find(L"unset"), L"number")->getValue().asInt(), 0);
+}
+
+// --- Choices ---
+
+/// Three nodes whose colours, without the module, are counted differently: "a" and "b" learn one choice each, and "c"
+/// shows the one of "b".
+std::string fileOfColours()
+{
+    App app(App::kWithModule);
+    for (const wchar_t* const name : {L"a", L"b", L"c"})
+        app.make(name);
+    app.scene.write(attribute(app.find(L"a"), L"colour"), 0);
+    app.scene.write(attribute(app.find(L"b"), L"colour"), 2);
+    app.reference(attribute(app.find(L"b"), L"colour"), attribute(app.find(L"c"), L"colour"));
+    return app.save();
+}
+
+TEST(JsonMissingModuleTest, AnEnumIsCopiedByTheTextOfItsChoice)
+{
+    std::string file = fileOfColours();
+    {
+        App app(App::kWithoutModule, file);
+        dbu_copyAttribute(attribute(app.find(L"a"), L"colour"), attribute(app.find(L"c"), L"colour"),
+                          &app.scene.core());
+        dbu_copyNodeWithNoReferences(app.find(L"c"), &app.scene.core(), &app.scene.core(), nullptr, nullptr, L"d");
+        file = app.save();
+    }
+    App app(App::kWithModule, file);
+    EXPECT_EQ(attribute(app.find(L"a"), L"colour")->getValue().asInt(), 2);
+    EXPECT_EQ(attribute(app.find(L"d"), L"colour")->getValue().asInt(), 2);
+}
+
+TEST(JsonMissingModuleTest, AnEnumWhoseReferenceLeadsOutIsSavedByTheTextOfTheChoiceThatItShows)
+{
+    std::string file = fileOfColours();
+    {
+        App app(App::kWithoutModule, file);
+        MemoryBlock block;
+        MemoryOutputStream stream(block, OutputStreamEncoding::kUtf8);
+        JsonSaver saver(stream, L"scene", SaveStrategy::kTolerateOutsideReferences);
+        saver.addNode(app.find(L"c"));
+        EXPECT_EQ(saver.save(), Status::kReferenceNotSaved);
+        file = textOf(block);
+    }
+    EXPECT_NE(file.find(R"(["colour", "Enum", "blue"])"), std::string::npos) << file;
+}
+
+} // namespace
+} // namespace db2test
