@@ -222,10 +222,11 @@ INSTANTIATE_TEST_SUITE_P(
             L"size can describe"},
         BadDocument{documentWith({"[\"IntItems\", \"Int[?]\", 2, [2, 1]]"}),
                     L"Line 9, column 28, nodes[0].attributes[0][3][0]: the array has no item 2"},
-        BadDocument{
-            documentWith({"[\"IntItems\", \"Int[?]\", 2, [1]]"}),
-            L"Line 9, column 29, nodes[0].attributes[0][3][0]: expected the value of an item, but the array ends "
-            L"here"},
+        BadDocument{documentWith({"[\"IntItems\", \"Int[?]\", 2, []]"}),
+                    L"Line 9, column 28, nodes[0].attributes[0][3]: expected the index of an item, but the array ends "
+                    L"here"},
+        BadDocument{documentWith({"[\"IntItems\", \"Int[?]\", 2, [1, 2, 3]]"}),
+                    L"Line 9, column 34, nodes[0].attributes[0][3][2]: the array has too many entries"},
         BadDocument{
             documentWith({"[\"IntItems\", \"Int[?]\", 2, [\"<-\", 1, \"|node.Int\"]]"}),
             L"Line 9, column 28, nodes[0].attributes[0][3][0]: expected \"->\", \"=>\" or the index of an item"},

@@ -106,6 +106,46 @@ std::vector<int> valuesOf(Node* node, const wchar_t* name)
     return values;
 }
 
+// --- Items without a value ---
+
+TEST(JsonMissingModuleTest, ItemsThatLoseTheirReferenceAreSavedWithoutAValue)
+{
+    std::string file;
+    {
+        App app(App::kWithModule);
+        Node* const source = app.make(L"source");
+        Node* const node = app.make(L"node");
+        app.resize(node, L"numbers", 9);
+        app.reference(attribute(source, L"number"), item(node, L"numbers", 0));
+        app.scene.write(item(node, L"numbers", 1), 0);
+        app.scene.write(item(node, L"numbers", 2), 3);
+        file = app.save();
+    }
+    {
+        App app(App::kWithoutModule, file);
+        app.destroy(L"source");
+        file = app.save();
+        EXPECT_NE(file.find(R"(["numbers", "Int[?]", 9, [0], [1, 0], [2, 3], [3], [4], [5], [6], [7], [8]])"),
+                  std::string::npos)
+            << file;
+    }
+    App again(App::kWithoutModule, file);
+    EXPECT_EQ(again.save(), file);
+    App app(App::kWithModule, file);
+    EXPECT_EQ(valuesOf(app.find(L"node"), L"numbers"), (std::vector<int>{5, 0, 3, 5, 5, 5, 5, 5, 5}));
+}
+
+TEST(JsonMissingModuleTest, ItemsOfLegacyArraysAreSavedWithoutAValue)
+{
+    Scene scene;
+    const std::string entry = R"(["gone", "Int[?]", 8, [0], [1], [2], [3], [4, 0], [5], [6], [7]])";
+    const std::string file = documentOf({nodeText("\"legacy\": [" + entry + "]")});
+    ASSERT_EQ(loadText(scene, file, nullptr, LoadStrategy::kKeepUnhandledLegacyData),
+              Status::kLoadedWithUnhandledLegacyData);
+    const std::string saved = saveScene(scene);
+    EXPECT_NE(saved.find(entry), std::string::npos) << saved;
+}
+
 // --- Whose value it is ---
 
 TEST(JsonMissingModuleTest, ACopyWithoutReferencesHasAValueWhereTheAttributeThatIsShownHasOne)

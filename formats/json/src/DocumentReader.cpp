@@ -278,7 +278,7 @@ void DocumentReader::readSparseItems(AttributeArray& array)
         readSparseItem(array);
 }
 
-/// `[index, value]`, or `["->", index, path]`.
+/// `[index, value]`, `[index]` for an item without a value, or `["->", index, path]`.
 void DocumentReader::readSparseItem(AttributeArray& array)
 {
     json_.beginArray();
@@ -286,7 +286,8 @@ void DocumentReader::readSparseItem(AttributeArray& array)
     if (!json_.atString())
     {
         Attribute& item = readItemIndex(array);
-        json_.item(L"the value of an item");
+        if (!json_.tryItem())
+            return;
         readValueOf(item);
     }
     else

@@ -29,6 +29,13 @@ constexpr std::size_t leftOutAtMost(std::size_t written)
     return 4 + written;
 }
 
+/// Whether an item that has no value of its own can be written with the default. Where the type is unknown, so is its
+/// default; an item that was written with a value would never be without one again.
+bool isDefaultKnown(const Attribute& item)
+{
+    return !item.isUnknown() && !item.isLegacy();
+}
+
 const Attribute& itemOf(const AttributeArray& array, unsigned int index)
 {
     return *array.getAttribute(index);
@@ -232,12 +239,13 @@ void DocumentWriter::writeAttributeArray(const AttributeArray& array, const Temp
     for (unsigned int i = 0; i < array.getSize(); ++i)
     {
         const bool isReference = itemOf(array, i).getReference() != nullptr;
-        const bool isListed = isReference || array.isLegacy() || saver_.shouldSaveValue(itemOf(array, i));
+        const bool isListed = isReference || hasValueToWrite(itemOf(array, i));
         references += isReference ? 1u : 0u;
         listed += isListed ? 1u : 0u;
     }
     const bool leavesMuchOut = array.getSize() - listed > leftOutAtMost(listed);
-    const bool isFull = references == 0 && (listed == array.getSize() || leavesMuchOut);
+    const bool canBeFull = listed == array.getSize() || (leavesMuchOut && isDefaultKnown(itemOf(array, 0)));
+    const bool isFull = references == 0 && canBeFull;
     beginEntry(array, entry, isFull ? kArrayMark : kSparseArrayMark);
     if (isFull)
     {
@@ -271,11 +279,12 @@ void DocumentWriter::writeSparseItem(const Attribute& item, unsigned int index, 
         json_.text(path_);
         json_.endArray();
     }
-    else if (complete || hasValueToWrite(item) || item.isLegacy())
+    else if (complete || hasValueToWrite(item))
     {
         json_.beginArray();
         json_.number(std::uint32_t{index});
-        writeItemValue(item);
+        if (hasValueToWrite(item) || isDefaultKnown(item))
+            writeItemValue(item);
         json_.endArray();
     }
 }
@@ -284,7 +293,7 @@ void DocumentWriter::writeSparseItem(const Attribute& item, unsigned int index, 
 /// would come back with if it were left out.
 void DocumentWriter::writeItemValue(const Attribute& item)
 {
-    if (item.isLegacy() || hasValueToWrite(item))
+    if (hasValueToWrite(item))
         writeShownValue(item);
     else if (item.getTypeId() == AttributeType::kEnum)
         writeEnum(item, item.getDefaultValue().asInt());
