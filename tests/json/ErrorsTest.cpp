@@ -26,6 +26,15 @@ void PrintTo(const BadDocument& document, std::ostream* out)
     *out << document.text;
 }
 
+/// So many more items for an array of texts.
+std::string emptyTexts(int count)
+{
+    std::string items;
+    for (int i = 0; i < count; ++i)
+        items += ",\"\"";
+    return items;
+}
+
 std::string header(std::string_view behind)
 {
     return "{\"identifier\": \"KQDatabase2\", \"loaderVersion\": 1,\n\"applicationString\": \"\", \"typeString\": "
@@ -220,6 +229,11 @@ INSTANTIATE_TEST_SUITE_P(
             documentWith({"[\"IntItems\", \"Int[?]\", 150]", "[\"FloatItems\", \"Float[?]\", 150]"}),
             L"Line 10, column 28, nodes[0].attributes[1][2]: the array has more items, 150, than a file of this "
             L"size can describe"},
+        BadDocument{
+            documentOf({nodeText("\"dynamic\": [[\"d\", \"String[]\", {\"default\": \"" + std::string(500, 'x') +
+                                 "\"},\n[\"\"" + emptyTexts(40) + "]]]")}),
+            L"Line 9, column 1, nodes[0].dynamic[0][3]: the array has more items, 41, than a file of this size can "
+            L"describe"},
         BadDocument{documentWith({"[\"IntItems\", \"Int[?]\", 2, [2, 1]]"}),
                     L"Line 9, column 28, nodes[0].attributes[0][3][0]: the array has no item 2"},
         BadDocument{documentWith({"[\"IntItems\", \"Int[?]\", 2, []]"}),

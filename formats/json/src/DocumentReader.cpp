@@ -44,10 +44,8 @@ bool isMigrated(const Attribute& attribute)
 
 } // namespace
 
-/// Of a sparse array, not much more is left out than is written, see DocumentWriter: a file never has as many items of
-/// such arrays as it has bytes, and none is made for a number alone.
 DocumentReader::DocumentReader(LoadStrategy& loader, std::size_t size)
-    : loader_(loader), json_(loader.getStream(), loader.getFileName()), metaData_(json_), itemsLeft_(size)
+    : loader_(loader), json_(loader.getStream(), loader.getFileName()), metaData_(json_), budget_(size)
 {
 }
 
@@ -247,8 +245,9 @@ void DocumentReader::readAttributeArray(Node& node, EntryType type, bool isDynam
 /// end is not in sight grows by what is.
 void DocumentReader::readItems(AttributeArray& array)
 {
+    const std::uint64_t weight = weightOfItem(array);
     JsonReader::ItemCount ahead = json_.countItems();
-    resize(array, ahead.items);
+    resize(array, ahead.items, weight);
     json_.beginArray();
     for (unsigned int i = 0; json_.tryItem(); ++i)
     {
@@ -257,7 +256,7 @@ void DocumentReader::readItems(AttributeArray& array)
             if (ahead.isAll) // the count is off when brackets do not match, which would have shown later
                 json_.fail(L"the array has too many entries");
             ahead = json_.countItemsLeft();
-            resize(array, array.getSize() + ahead.items);
+            resize(array, i + ahead.items, weight);
         }
         readValueOf(*array.getAttribute(i));
     }
@@ -267,10 +266,7 @@ void DocumentReader::readItems(AttributeArray& array)
 void DocumentReader::readSparseItems(AttributeArray& array)
 {
     const std::uint32_t size = json_.uint32();
-    if (size > itemsLeft_)
-        json_.fail(L"the array has more items, %u, than a file of this size can describe", size);
-    itemsLeft_ -= size;
-    resize(array, size);
+    resize(array, size, weightOfItem(array));
     // Where nobody knows the type, and so the default, an item without a value must be saved without one again.
     for (std::uint32_t i = 0; i < size; ++i)
         array.getAttribute(i)->setFlag(ElementFlag::kLoaded);
@@ -312,8 +308,13 @@ Attribute& DocumentReader::readItemIndex(AttributeArray& array)
     return *array.getAttribute(index);
 }
 
-void DocumentReader::resize(AttributeArray& array, std::size_t size)
+/// @param weight  of each item.
+void DocumentReader::resize(AttributeArray& array, std::size_t size, std::uint64_t weight)
 {
+    const unsigned int oldSize = array.getSize();
+    if (size > oldSize && !budget_.take(size - oldSize, weight))
+        json_.fail(L"the array has more items, %u, than a file of this size can describe",
+                   static_cast<unsigned int>(size));
     json_.check(loader_.resizeAttributeArray(&array, static_cast<unsigned int>(size)), L"the array cannot be resized");
 }
 

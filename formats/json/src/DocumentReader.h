@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ChoiceIndex.h"
+#include "ItemBudget.h"
 #include "JsonReader.h"
 #include "MetaDataReader.h"
 
@@ -8,6 +9,7 @@
 #include <db2/HeaderData.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -68,7 +70,7 @@ private:
     void readSparseItems(AttributeArray& array);
     void readSparseItem(AttributeArray& array);
     [[nodiscard]] Attribute& readItemIndex(AttributeArray& array);
-    void resize(AttributeArray& array, std::size_t size);
+    void resize(AttributeArray& array, std::size_t size, std::uint64_t weight);
 
     // Values and references
     void readReference(Attribute& attribute, bool isSingle);
@@ -81,7 +83,7 @@ private:
     JsonReader json_;
     MetaDataReader metaData_;
     ChoiceIndex choices_;
-    std::size_t itemsLeft_;      ///< that sparse arrays may still have
+    ItemBudget budget_;          ///< of the items of all arrays
     std::vector<Node*> lineage_; ///< the node read last, behind its ancestors from the load parent's child on
 
     // What was read last, kept for its memory

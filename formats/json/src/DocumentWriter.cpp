@@ -1,5 +1,6 @@
 #include "DocumentWriter.h"
 
+#include "ItemBudget.h"
 #include "MetaDataWriter.h"
 #include "ValueTypes.h"
 #include "ValueWriter.h"
@@ -20,13 +21,6 @@ bool standsForItsValue(const Attribute& attribute)
 {
     const bool isOfKnownType = !attribute.isUnknown() && !attribute.isLegacy() && !attribute.isDynamic();
     return isOfKnownType && attribute.getReference() == nullptr && attribute.getReferents() == nullptr;
-}
-
-/// An array may be written sparsely when at most so many items are left out. Bounded by what is written, so that a file
-/// never makes more items than it has room to speak of; see DocumentReader.
-constexpr std::size_t leftOutAtMost(std::size_t written)
-{
-    return 4 + written;
 }
 
 /// Whether an item that has no value of its own can be written with the default. Where the type is unknown, so is its
@@ -243,8 +237,8 @@ void DocumentWriter::writeAttributeArray(const AttributeArray& array, const Temp
         references += isReference ? 1u : 0u;
         listed += isListed ? 1u : 0u;
     }
-    const bool leavesMuchOut = array.getSize() - listed > leftOutAtMost(listed);
-    const bool canBeFull = listed == array.getSize() || (leavesMuchOut && isDefaultKnown(itemOf(array, 0)));
+    const bool isComplete = listed == array.getSize() || !mayLeaveOut(array, listed);
+    const bool canBeFull = listed == array.getSize() || (isComplete && isDefaultKnown(itemOf(array, 0)));
     const bool isFull = references == 0 && canBeFull;
     beginEntry(array, entry, isFull ? kArrayMark : kSparseArrayMark);
     if (isFull)
@@ -257,9 +251,31 @@ void DocumentWriter::writeAttributeArray(const AttributeArray& array, const Temp
     else
     {
         json_.number(std::uint32_t{array.getSize()});
-        writeSparseItems(array, leavesMuchOut);
+        writeSparseItems(array, isComplete);
     }
     json_.endLine();
+    payFor(array);
+}
+
+/// Whether an array may be written with only so many items, references and values. Bounded by what is written, so that
+/// the entry and what stands in front of it are good for all of its items.
+bool DocumentWriter::mayLeaveOut(const AttributeArray& array, std::size_t listed) const
+{
+    constexpr std::size_t kBytesOfAnEntry = 8; // ", [0, 0]"
+    if (array.getSize() - listed > 4 + listed)
+        return false;
+    const std::uint64_t goodFor = (json_.bytes() + listed * kBytesOfAnEntry) * kWeightOfAByte;
+    return weight_ + array.getSize() * weightOfItem(array) <= goodFor;
+}
+
+/// A reader takes no more items than the bytes of the file are good for. What is written is, except when a dynamic array
+/// has a long default and many items that are shorter: then blanks behind it make up for them.
+void DocumentWriter::payFor(const AttributeArray& array)
+{
+    weight_ += array.getSize() * weightOfItem(array);
+    const std::uint64_t due = (weight_ + kWeightOfAByte - 1) / kWeightOfAByte;
+    if (due > json_.bytes())
+        json_.blanks(due - json_.bytes());
 }
 
 /// @param complete  list every item.

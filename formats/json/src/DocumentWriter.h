@@ -9,6 +9,8 @@
 #include <kqtl/pod_vector.h>
 #include <kqx/String.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -67,6 +69,8 @@ private:
     void writeAttribute(const Attribute& attribute, const TemplateTexts::Entry* entry);
     [[nodiscard]] bool hasValueToWrite(const Attribute& attribute) const;
     void writeAttributeArray(const AttributeArray& array, const TemplateTexts::Entry* entry);
+    [[nodiscard]] bool mayLeaveOut(const AttributeArray& array, std::size_t listed) const;
+    void payFor(const AttributeArray& array);
     void writeSparseItems(const AttributeArray& array, bool complete);
     void writeSparseItem(const Attribute& item, unsigned int index, bool complete);
     void writeItemValue(const Attribute& item);
@@ -80,8 +84,9 @@ private:
     JsonWriter json_;
     ChoiceIndex choices_;
     TemplateTexts texts_;
-    kqx::String path_; ///< what findPath() found
-    std::string type_; ///< of the entry that is begun, kept for its memory
+    std::uint64_t weight_ = 0; ///< of all items so far, see ItemBudget.h
+    kqx::String path_;         ///< what findPath() found
+    std::string type_;         ///< of the entry that is begun, kept for its memory
     Status status_ = Status::kSuccess;
     bool leftReferencesOut_ = false;
 };

@@ -106,6 +106,12 @@ void JsonWriter::end(char bracket, bool onOneLine)
     isFirst_ = false;
 }
 
+void JsonWriter::blanks(std::uint64_t count)
+{
+    for (; count > 0; --count)
+        buffer_.Put(' ');
+}
+
 void JsonWriter::beginLine()
 {
     beginArray();

@@ -38,6 +38,9 @@ public:
     bool finish();
     [[nodiscard]] bool isGood() const { return buffer_.isGood(); }
 
+    void blanks(std::uint64_t count);                                     ///< behind what was ended last
+    [[nodiscard]] std::uint64_t bytes() const { return buffer_.bytes(); } ///< of the document so far
+
     // --- Values ---
 
     void null() { token("null"); }

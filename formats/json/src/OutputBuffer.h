@@ -6,6 +6,7 @@
 #include <array>
 #include <cassert>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 
@@ -57,10 +58,14 @@ public:
     {
         if (isGood_ && used_ > 0)
             isGood_ = stream_.write(bytes_.data(), static_cast<unsigned int>(used_));
+        flushed_ += used_;
         used_ = 0;
         return isGood_;
     }
     [[nodiscard]] bool isGood() const { return isGood_; }
+
+    /// All that was put here so far.
+    [[nodiscard]] std::uint64_t bytes() const { return flushed_ + used_; }
 
 private:
     static constexpr std::size_t kBytes = 64 * 1024; // large enough that a write call costs nothing beside its bytes
@@ -68,6 +73,7 @@ private:
     OutputStream& stream_;
     std::array<char, kBytes> bytes_;
     std::size_t used_ = 0;
+    std::uint64_t flushed_ = 0; ///< bytes
     bool isGood_ = true;
 };
 
