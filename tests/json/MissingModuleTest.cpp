@@ -5,6 +5,7 @@
 #include "support/TreeDump.h"
 #include "json/Documents.h"
 
+#include <db2/AttributeIterators.h>
 #include <db2/EnumAttributeMetaDataDef.h>
 
 #include <iostream>
@@ -257,6 +258,216 @@ TEST(JsonMissingModuleTest, AnEnumWhoseReferenceLeadsOutIsSavedByTheTextOfTheCho
         file = textOf(block);
     }
     EXPECT_NE(file.find(R"(["colour", "Enum", "blue"])"), std::string::npos) << file;
+}
+
+// --- Everything at once ---
+
+/// One file open in an application with the module and in one without: the same edits in both, as long as the latter has
+/// what they are about, which of an unknown node is what stood in the file.
+class Pair
+{
+public:
+    explicit Pair(const std::string& file) : with_(App::kWithModule, file), without_(App::kWithoutModule, file) {}
+
+    void edit(Random& random)
+    {
+        const std::size_t count = nodes(without_).size();
+        ASSERT_EQ(nodes(with_).size(), count);
+        if (count == 0)
+            return;
+        const std::size_t a = random.below(count);
+        const std::size_t b = random.below(count);
+        switch (random.below(9))
+        {
+        case 0:
+            return both([&](App& app) {
+                dbu_destroyNodeRecursively(nodes(app)[a], &app.scene.core());
+                return Status::kSuccess;
+            });
+        case 1:
+            return both([&](App& app) {
+                CoreManager& core = app.scene.core();
+                dbu_copyNodeRecursively(nullptr, nodes(app)[a], &core, &core, nodes(app)[b], nullptr, nullptr, nullptr,
+                                        false);
+                return Status::kSuccess;
+            });
+        case 2:
+            return both([&](App& app) {
+                CoreManager& core = app.scene.core();
+                dbu_copyNodeRecursivelyWithNoReferences(nodes(app)[a], &core, &core, nodes(app)[b], nullptr, nullptr);
+                return Status::kSuccess;
+            });
+        case 3:
+            return both([&](App& app) {
+                return app.scene.core().db_reparentNode(nodes(app)[a], nodes(app)[b], nullptr, nullptr);
+            });
+        case 4: return resize(a, random);
+        default: return editAttributes(random);
+        }
+    }
+
+    /// What an application with the module finds in what the two save.
+    void expectEqualTrees()
+    {
+        with_.scene.commit();
+        without_.scene.commit();
+        App expected(App::kWithModule, with_.save());
+        App actual(App::kWithModule, without_.save());
+        EXPECT_TRUE(isSameDump(dumpTree(expected.scene.core(), DumpDetail::kContent),
+                               dumpTree(actual.scene.core(), DumpDetail::kContent)));
+    }
+
+    static std::vector<Node*> nodes(App& app)
+    {
+        std::vector<Node*> nodes;
+        for (NodeIterator walk(app.scene.root()); walk.next();)
+            nodes.push_back(walk.node());
+        return nodes;
+    }
+
+private:
+    template <class Edit>
+    void both(Edit edit)
+    {
+        EXPECT_EQ(edit(with_), edit(without_));
+    }
+
+    /// Items that are new get values: the defaults of those of an unknown array are not the type's.
+    void resize(std::size_t node, Random& random)
+    {
+        const bool isText = random.chance(1, 2);
+        const wchar_t* const name = isText ? L"texts" : L"numbers";
+        const AttributeArray* const array = nodes(without_)[node]->findAttributeArrayByName(name);
+        if (array == nullptr)
+            return;
+        const unsigned int oldSize = array->getSize();
+        const auto size = static_cast<unsigned int>(random.below(12));
+        both([&](App& app) {
+            Node* const at = nodes(app)[node];
+            app.resize(at, name, size);
+            for (unsigned int i = oldSize; i < size; ++i)
+                isText ? app.scene.write(item(at, name, i), L"new") : app.scene.write(item(at, name, i), 0);
+            return Status::kSuccess;
+        });
+    }
+
+    /// An attribute or item that the application without the module has.
+    struct Place
+    {
+        std::size_t node;
+        std::wstring name;
+        int item; ///< -1 for an attribute
+    };
+
+    std::vector<Place> places(AttributeTypeId type)
+    {
+        std::vector<Place> places;
+        const std::vector<Node*> all = nodes(without_);
+        for (std::size_t n = 0; n < all.size(); ++n)
+        {
+            for (unsigned int i = 0; i < all[n]->getElementCount(); ++i)
+            {
+                const Element& element = *all[n]->getElement(i);
+                if (element.getTypeId() != type)
+                    continue;
+                if (!element.isAttributeArray())
+                    places.push_back({n, element.getName(), -1});
+                for (unsigned int k = 0;
+                     element.isAttributeArray() && k < static_cast<const AttributeArray&>(element).getSize(); ++k)
+                    places.push_back({n, element.getName(), static_cast<int>(k)});
+            }
+        }
+        return places;
+    }
+    static Attribute* at(App& app, const Place& place)
+    {
+        Node* const node = nodes(app)[place.node];
+        return place.item < 0 ? attribute(node, place.name.c_str())
+                              : item(node, place.name.c_str(), static_cast<unsigned int>(place.item));
+    }
+
+    void editAttributes(Random& random)
+    {
+        const AttributeTypeId types[] = {AttributeType::kInt, AttributeType::kString, AttributeType::kEnum};
+        const AttributeTypeId type = random.pick(types);
+        const std::vector<Place> all = places(type);
+        if (all.empty())
+            return;
+        const Place& a = random.pick(all);
+        const Place& b = random.pick(all);
+        switch (random.below(4))
+        {
+        case 0:
+            return both([&](App& app) { return app.scene.core().db_createReference(at(app, a), at(app, b), false); });
+        case 1: return both([&](App& app) { return app.scene.core().db_destroyReference(at(app, a)); });
+        case 2:
+            return both([&](App& app) {
+                dbu_copyAttribute(at(app, b), at(app, a), &app.scene.core());
+                return Status::kSuccess;
+            });
+        default:
+            // Values that are no default of an unknown attribute, and no choices, which are written by their texts.
+            if (at(without_, a)->getReference() != nullptr || type == AttributeType::kEnum)
+                return;
+            return both([&](App& app) {
+                type == AttributeType::kInt ? app.scene.write(at(app, a), 9) : app.scene.write(at(app, a), L"written");
+                return Status::kSuccess;
+            });
+        }
+    }
+
+    App with_;
+    App without_;
+};
+
+/// A file with a tree of things, with values of all kinds and references between them.
+std::string randomFile(Random& random)
+{
+    App app(App::kWithModule);
+    for (const wchar_t* const name : {L"a", L"b", L"c", L"d", L"e", L"f"})
+    {
+        const std::vector<Node*> nodes = Pair::nodes(app);
+        Node* const node =
+            app.scene.nodeOf(kThing, name, nodes.empty() || random.chance(1, 3) ? nullptr : random.pick(nodes));
+        for (const wchar_t* const array : {L"numbers", L"texts", L"colours"})
+            app.resize(node, array, static_cast<unsigned int>(random.below(12)));
+    }
+    std::vector<Attribute*> attributes;
+    for (Node* const node : Pair::nodes(app))
+        for (AttributeIterator walk(node); walk.next();)
+            attributes.push_back(walk.attr());
+    for (Attribute* const attribute : attributes)
+    {
+        if (!random.chance(1, 3))
+            continue;
+        if (attribute->getTypeId() == AttributeType::kString)
+            app.scene.write(attribute, random.chance(1, 2) ? L"text" : L"");
+        else
+            app.scene.write(attribute, static_cast<int>(random.below(3)));
+    }
+    for (std::size_t i = 0; i < attributes.size(); ++i)
+    {
+        Attribute* const a = random.pick(attributes);
+        Attribute* const b = random.pick(attributes);
+        if (a->getTypeId() == b->getTypeId())
+            static_cast<void>(app.scene.core().db_createReference(a, b, false));
+    }
+    return app.save();
+}
+
+TEST(JsonMissingModuleTest, TheSameEditsWithAndWithoutTheModuleGiveTheSameTree)
+{
+    Random seeds = Random::fresh();
+    std::cout << seeds.description() << '\n';
+    for (int run = 0; run < 150 && !::testing::Test::HasFailure(); ++run)
+    {
+        Random random(seeds.bits());
+        SCOPED_TRACE(::testing::Message() << seeds.description() << ", run " << run);
+        Pair pair(randomFile(random));
+        for (int i = 0; i < 12; ++i)
+            pair.edit(random);
+        pair.expectEqualTrees();
+    }
 }
 
 } // namespace
