@@ -38,7 +38,7 @@ public:
     void removePreObserver(DataPreObserver* observer) { preObservers_.remove(observer); }
 
     /// Shows the pre-observers a sorted snapshot of what is recorded so far. They may edit; a commit that one of them
-    /// makes empties the snapshot, and so does destroying what the unit created. What they throw is logged as a warning.
+    /// makes empties the snapshot. What they throw is logged as a warning.
     /// @return kSuccess.
     Status preReportChanges(bool transient);
 
@@ -106,7 +106,6 @@ private:
     [[nodiscard]] bool mayHaveCreatedOrDestroyed() const;
     void dropDestroyedBelow();
     void clearHostSet();
-    void clearSnapshot();
 
     ObserverList<DataPreObserver> preObservers_;
     ObserverList<DataObserver> observers_;

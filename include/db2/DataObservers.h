@@ -10,7 +10,10 @@ class ChangeSet;
 class DataPreObserver
 {
 public:
-    /// @param changes  a sorted snapshot, valid during the call. @param transient  as given to preReportChanges().
+    /// It must not undo, redo or roll back by a layer further in than the manager, which would free what the snapshot lists.
+    /// @param changes    a sorted snapshot of what was recorded before the first pre-observer was called, valid during the
+    ///                   call; a commit made meanwhile empties it.
+    /// @param transient  as given to preReportChanges().
     virtual void onPreReportChanges(ChangeManager* manager, const ChangeSet& changes, bool transient) = 0;
 
 protected:

@@ -127,8 +127,6 @@ void ChangeManager::recordDestroyed(Node& node)
         return true;
     };
     const bool wasCreatedNow = takeOut(NodeFlag::kCreated, &ChangeSet::removeCreatedNode);
-    if (wasCreatedNow)
-        clearSnapshot();
     if (!wasCreatedNow && !node.hasFlag(NodeFlag::kDestroyedNow)) // else an inner layer brought it back in between
     {
         changes_->addDestroyedNode(&node);
@@ -211,7 +209,6 @@ void ChangeManager::recordDestroyed(Element& element)
     {
         changes_->removeCreatedDynamicElement(&element);
         element.clearFlag(ElementFlag::kCreated);
-        clearSnapshot();
         return;
     }
     if (!element.hasFlag(ElementFlag::kDestroyedNow)) // else an inner layer brought it back in between

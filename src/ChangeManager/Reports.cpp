@@ -125,14 +125,8 @@ void ChangeManager::clear()
         });
     else
         clearHostSet();
-    clearSnapshot();
-}
-
-/// It may list what the next commit frees: nothing says of an object that it is listed there alone.
-void ChangeManager::clearSnapshot()
-{
     if (std::exchange(isSnapshotFilled_, false))
-        snapshot_->clear();
+        snapshot_->clear(); // it may list what the commit behind this is about to free
 }
 
 void ChangeManager::clearHostSet()

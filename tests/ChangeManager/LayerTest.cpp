@@ -273,28 +273,6 @@ TEST_F(ChangeManagerOutsideUndoTest, CreatedNodesThatWereTakenBackBelowAreNotPre
     EXPECT_EQ(preObserver.told, std::vector<Lines>{Lines{L"created node |leg"}});
 }
 
-TEST_F(ChangeManagerOutsideUndoTest, WhatAPreObserverTakesAwayOfTheUnitIsNotShownToTheNext)
-{
-    RecordingPreObserver first;
-    RecordingPreObserver second;
-    reports.addPreObserver(&first);
-    reports.addPreObserver(&second);
-    Node* const old = create(L"old");
-    commit();
-    for (const bool ofNode : {true, false})
-    {
-        Node* const made = ofNode ? create(L"made") : nullptr;
-        Element* const element = ofNode ? nullptr : createElement(L"extra", old);
-        first.onPreReport = [&](const ChangeSet& shown) {
-            ofNode ? destroy(made) : destroy(element);
-            EXPECT_EQ(changesOf(shown), Lines{});
-            EXPECT_EQ(undo.rollback(0), Status::kSuccess); // commits below, which frees it
-        };
-        reports.preReportChanges(false);
-        EXPECT_EQ(second.told.back(), Lines{});
-    }
-}
-
 TEST_F(ChangeManagerOutsideUndoTest, CreatedElementsThatWereTakenBackBelowAreNotReported)
 {
     Node* const node = create(L"node");
