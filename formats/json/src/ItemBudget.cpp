@@ -4,6 +4,9 @@
 
 #include <db2/AttributeArray.h>
 
+#include <string_view>
+#include <type_traits>
+
 namespace db2::json {
 namespace {
 
@@ -15,20 +18,17 @@ constexpr std::uint64_t kWeightOfACharacter = 4;
 static_assert(kWeightOfAny >= kWeightOfAByte, "an item of no weight could be had for nothing");
 
 /// In UTF-16, so that a text weighs the same whatever the platform's characters are.
-std::uint64_t weightOf(const wchar_t* text)
+std::uint64_t weightOf(std::wstring_view text)
 {
     std::uint64_t units = 0;
-    for (; *text != L'\0'; ++text)
-        units += static_cast<std::uint32_t>(*text) > 0xFFFF ? 2u : 1u;
+    for (const wchar_t character : text)
+        units += static_cast<std::uint32_t>(character) >> 16 != 0 ? 2u : 1u;
     return units * kWeightOfACharacter;
 }
 
 std::uint64_t weightOf(const kqx::String& text)
 {
-    std::uint64_t units = 0;
-    for (std::size_t i = 0; i < text.length(); ++i)
-        units += static_cast<std::uint32_t>(text.c_str()[i]) > 0xFFFF ? 2u : 1u;
-    return units * kWeightOfACharacter;
+    return weightOf(std::wstring_view(text.c_str(), text.length()));
 }
 
 std::uint64_t weightOf(const kqx::StringArray& texts)
@@ -43,7 +43,8 @@ std::uint64_t weightOf(const kqx::VertexBuffer& buffer)
 {
     std::uint64_t weight = 0;
     for (unsigned int i = 0; i < buffer.getStreamCount(); ++i)
-        weight += kWeightOfAny + weightOf(buffer.getStreamName(i)) + buffer.getStream(i).size() * sizeof(float);
+        weight += kWeightOfAny + weightOf(std::wstring_view(buffer.getStreamName(i))) +
+                  buffer.getStream(i).size() * sizeof(float);
     return weight;
 }
 
