@@ -49,6 +49,18 @@ public:
 private:
     struct Chunk;
 
+    /// Of chunks and their headers, and that of the library's largest values. A chunk's contents start at a multiple of
+    /// it on every platform, so padding depends on the requests alone and never on the addresses that the heap hands out.
+    static constexpr std::size_t kChunkAlignment = 16;
+    static constexpr std::uint32_t kLargestChunkBytes = 64 * 1024;
+    static constexpr std::size_t kLargestSharedBytes = kLargestChunkBytes / 4; ///< above, a request has its own chunk
+
+    /// std::has_single_bit counts the bits, which is a call where the processor's instruction may not be used.
+    [[nodiscard]] static constexpr bool isPowerOfTwo(std::size_t number)
+    {
+        return number != 0 && (number & (number - 1)) == 0;
+    }
+    [[nodiscard]] void* allocBeyond(std::size_t bytes, std::size_t alignment);
     [[nodiscard]] Chunk* addChunk(std::size_t bytes, std::size_t alignment);
     [[nodiscard]] void* allocOwnChunk(std::size_t bytes, std::size_t alignment);
     [[nodiscard]] bool startChunkFor(std::size_t bytes);
@@ -70,6 +82,21 @@ class FastHeap::Mark
     std::uint32_t nextChunkBytes;
     std::size_t bytesInUse;
 };
+
+/// Most requests fit behind the one before.
+inline void* FastHeap::alloc(std::size_t bytes, std::size_t alignment)
+{
+    const std::size_t padding = -reinterpret_cast<std::uintptr_t>(cursor_) & (alignment - 1);
+    const bool isPlain =
+        bytes != 0 && bytes <= kLargestSharedBytes && isPowerOfTwo(alignment) && alignment <= kChunkAlignment;
+    if (!isPlain || padding + bytes > remaining_)
+        return allocBeyond(bytes, alignment);
+    char* const block = cursor_ + padding;
+    cursor_ = block + bytes;
+    remaining_ -= static_cast<std::uint32_t>(padding + bytes);
+    bytesInUse_ += padding + bytes;
+    return block;
+}
 
 inline FastHeap::Mark FastHeap::mark() const noexcept
 {

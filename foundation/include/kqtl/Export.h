@@ -19,3 +19,12 @@
 #else
 #define KQ_API
 #endif
+
+/// Keeps rare work out of what calls it, which stays short.
+#if defined(__GNUC__)
+#define KQ_NOINLINE __attribute__((noinline))
+#elif defined(_MSC_VER)
+#define KQ_NOINLINE __declspec(noinline)
+#else
+#define KQ_NOINLINE
+#endif

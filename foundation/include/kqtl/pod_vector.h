@@ -1,6 +1,7 @@
 #pragma once
 
 #include <kqtl/Allocator.h>
+#include <kqtl/Export.h>
 
 #include <algorithm>
 #include <cassert>
@@ -272,8 +273,10 @@ private:
     void makeRoomFor(size_type extra)
     {
         if (extra > capacity_ - size_)
-            reserve(grownCapacity(extra));
+            grow(extra);
     }
+
+    KQ_NOINLINE void grow(size_type extra) { reserve(grownCapacity(extra)); }
 
     template <class Iterator>
     void append(Iterator first, Iterator last)
