@@ -7,6 +7,15 @@
 #include "ElementRecords.h"
 
 namespace db2 {
+namespace {
+
+/// Where an item's value stands among the values of its array.
+KQ_NOINLINE void* itemValue(const Attribute& item, void* values)
+{
+    return static_cast<std::byte*>(values) + std::size_t{item.getIndex()} * ValueInfo::getStride(item.getTypeId());
+}
+
+} // namespace
 
 ConstValueHandle Attribute::getValue() const
 {
@@ -32,10 +41,7 @@ ValueHandle Attribute::private_getValue() const
     if (typeId == AttributeType::kNull)
         return ValueHandle(nullptr, typeId);
     if (const AttributeArray* const array = getParentArray())
-    {
-        std::byte* const values = static_cast<std::byte*>(array->values_);
-        return ValueHandle(values + std::size_t{getIndex()} * ValueInfo::getStride(typeId), typeId);
-    }
+        return ValueHandle(itemValue(*this, array->values_), typeId);
     return ValueHandle(valueBehind(const_cast<Attribute*>(this), typeId), typeId);
 }
 

@@ -49,9 +49,17 @@ void stableSortByDepth(ChangeList<Node>& list)
 
 // --- Entering ---
 
+/// Into any list but those of what was changed.
+template <class T>
+void ConcreteChangeSet::enter(ChangeList<T>& list, T* object)
+{
+    holdsOthers_ = true;
+    list.add(object);
+}
+
 void ConcreteChangeSet::addCreatedNode(Node* node)
 {
-    createdNodes_.add(node);
+    enter(createdNodes_, node);
 }
 
 void ConcreteChangeSet::addChangedNode(Node* node)
@@ -61,67 +69,67 @@ void ConcreteChangeSet::addChangedNode(Node* node)
 
 void ConcreteChangeSet::addDestroyedNode(Node* node)
 {
-    destroyedNodes_.add(node);
+    enter(destroyedNodes_, node);
 }
 
 void ConcreteChangeSet::addReparentedNode(Node* node)
 {
-    reparentedNodes_.add(node);
+    enter(reparentedNodes_, node);
 }
 
 void ConcreteChangeSet::addReorderedNode(Node* node)
 {
-    reorderedNodes_.add(node);
+    enter(reorderedNodes_, node);
 }
 
 void ConcreteChangeSet::addRenamedNode(Node* node, const wchar_t*)
 {
-    renamedNodes_.add(node);
+    enter(renamedNodes_, node);
 }
 
 void ConcreteChangeSet::addCreatedDynamicAttribute(Attribute* attribute)
 {
-    createdDynamicAttributes_.add(attribute);
+    enter(createdDynamicAttributes_, attribute);
 }
 
 void ConcreteChangeSet::addDestroyedDynamicAttribute(Attribute* attribute)
 {
-    destroyedDynamicAttributes_.add(attribute);
+    enter(destroyedDynamicAttributes_, attribute);
 }
 
 void ConcreteChangeSet::addRenamedDynamicAttribute(Attribute* attribute)
 {
-    renamedDynamicAttributes_.add(attribute);
+    enter(renamedDynamicAttributes_, attribute);
 }
 
 void ConcreteChangeSet::addCreatedDynamicAttributeArray(AttributeArray* array)
 {
-    createdDynamicAttributeArrays_.add(array);
+    enter(createdDynamicAttributeArrays_, array);
 }
 
 void ConcreteChangeSet::addDestroyedDynamicAttributeArray(AttributeArray* array)
 {
-    destroyedDynamicAttributeArrays_.add(array);
+    enter(destroyedDynamicAttributeArrays_, array);
 }
 
 void ConcreteChangeSet::addRenamedDynamicAttributeArray(AttributeArray* array)
 {
-    renamedDynamicAttributeArrays_.add(array);
+    enter(renamedDynamicAttributeArrays_, array);
 }
 
 void ConcreteChangeSet::addResizedAttributeArray(AttributeArray* array)
 {
-    resizedAttributeArrays_.add(array);
+    enter(resizedAttributeArrays_, array);
 }
 
 void ConcreteChangeSet::addCreatedReference(Attribute* attribute)
 {
-    createdReferences_.add(attribute);
+    enter(createdReferences_, attribute);
 }
 
 void ConcreteChangeSet::addDestroyedReference(Attribute* attribute)
 {
-    destroyedReferences_.add(attribute);
+    enter(destroyedReferences_, attribute);
 }
 
 void ConcreteChangeSet::addChangedAttribute(Attribute* attribute)
@@ -381,6 +389,7 @@ void ConcreteChangeSet::assign(const ChangeSet& other)
 {
     if (&other == this)
         return;
+    holdsOthers_ = true; // it may
     assignList(createdNodes_, other, &ChangeSet::CreatedNodeCount, &ChangeSet::CreatedNode);
     assignList(destroyedNodes_, other, &ChangeSet::DestroyedNodeCount, &ChangeSet::DestroyedNode);
     assignList(reparentedNodes_, other, &ChangeSet::ReparentedNodeCount, &ChangeSet::ReparentedNode);
@@ -408,7 +417,8 @@ void ConcreteChangeSet::assign(const ChangeSet& other)
 
 void ConcreteChangeSet::clear()
 {
-    forEachList([](auto& list, std::uint32_t) { list.clear(); });
+    forEachUsedList([](auto& list, std::uint32_t) { list.clear(); });
+    holdsOthers_ = false;
 }
 
 void ConcreteChangeSet::reserve()

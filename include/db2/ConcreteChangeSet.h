@@ -90,16 +90,22 @@ public:
 private:
     friend class ChangeManager; // which goes through the lists at every commit, without a virtual call for each entry
 
-    /// Calls @p visit with each list and the bit that the change layer sets on the objects in it.
+    template <class T>
+    void enter(ChangeList<T>& list, T* object);
+
+    /// Calls @p visit with each list that may hold something and the bit that the change layer sets on the objects in it.
     template <class Visit>
-    void forEachList(Visit visit)
+    void forEachUsedList(Visit visit)
     {
+        visit(changedNodes_, NodeFlag::kChanged);
+        visit(changedAttributes_, ElementFlag::kChanged);
+        if (!holdsOthers_) // as in most units of work
+            return;
         visit(createdNodes_, NodeFlag::kCreated);
         visit(destroyedNodes_, NodeFlag::kDestroyedNow);
         visit(reparentedNodes_, NodeFlag::kReparented);
         visit(reorderedNodes_, NodeFlag::kReordered);
         visit(renamedNodes_, NodeFlag::kRenamed);
-        visit(changedNodes_, NodeFlag::kChanged);
         visit(createdDynamicAttributes_, ElementFlag::kCreated);
         visit(destroyedDynamicAttributes_, ElementFlag::kDestroyedNow);
         visit(renamedDynamicAttributes_, ElementFlag::kRenamed);
@@ -109,7 +115,6 @@ private:
         visit(resizedAttributeArrays_, ElementFlag::kResized);
         visit(createdReferences_, ElementFlag::kReferenceMade);
         visit(destroyedReferences_, ElementFlag::kReferenceBroken);
-        visit(changedAttributes_, ElementFlag::kChanged);
     }
 
     ChangeList<Node> createdNodes_;
@@ -128,6 +133,7 @@ private:
     ChangeList<Attribute> createdReferences_;
     ChangeList<Attribute> destroyedReferences_;
     ChangeList<Attribute> changedAttributes_;
+    bool holdsOthers_ = false; ///< whether anything was entered into the others since the set was cleared
 };
 
 } // namespace db2

@@ -16,6 +16,7 @@
 
 namespace db2 {
 
+class ConstValueHandle;
 class CoreManager;
 class OperationList;
 class UndoItem;
@@ -160,6 +161,7 @@ private:
 
     template <class Make, class Edit>
     Status record(Make make, Edit edit);
+    [[nodiscard]] bool recordWrite(Attribute& attribute, const ConstValueHandle& oldValue);
     template <class Create>
     Status createNode(Create create, Node** outNode);
     [[nodiscard]] static bool isExempt(const Element& element);

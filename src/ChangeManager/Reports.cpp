@@ -52,9 +52,7 @@ void dropGone(ChangeSet& changes, unsigned int (ChangeSet::*count)() const, T* (
 /// False only when the lists that are sorted and those that may hold what is gone are all empty.
 bool ChangeManager::mayHaveCreatedOrDestroyed() const
 {
-    return ownLists_ == nullptr || !ownLists_->createdNodes_.empty() || !ownLists_->destroyedNodes_.empty() ||
-           !ownLists_->createdDynamicAttributes_.empty() || !ownLists_->createdDynamicAttributeArrays_.empty() ||
-           !ownLists_->createdReferences_.empty();
+    return ownLists_ == nullptr || ownLists_->holdsOthers_;
 }
 
 /// Edits of inner layers, an undo for example, pass this one by: what it knows as created may be gone.
@@ -117,14 +115,17 @@ void ChangeManager::reportChanges(bool transient)
 void ChangeManager::clear()
 {
     if (ownLists_ != nullptr)
-        ownLists_->forEachList([](auto& list, std::uint32_t bit) {
-            if (list.empty()) // as most lists are at most reports
-                return;
-            forEachFetched(list, [bit](auto& object) { object.clearFlag(bit); });
-            list.clear();
+    {
+        ownLists_->forEachUsedList([](auto& list, std::uint32_t bit) {
+            if (!list.empty())
+                forEachFetched(list, [bit](auto& object) { object.clearFlag(bit); });
         });
+        ownLists_->ConcreteChangeSet::clear(); // by its name, because its class is known
+    }
     else
+    {
         clearHostSet();
+    }
     if (std::exchange(isSnapshotFilled_, false))
         snapshot_->clear(); // it may list what the commit behind this is about to free
 }

@@ -275,18 +275,25 @@ bool ComputeManager::bringUpToDate()
     const bool usesQueue = !needsRebuild_ && !isCacheValid_;
     Statistics& statistics = usesQueue ? priorityQueueUse_ : needsRebuild_ ? flush_ : cacheUse_;
     ++statistics.count;
-    kqx::Timer timer;           // of 0 seconds until it starts
-    if (graph_->hasComputers()) // asking the clock costs as much as a small unit of work
+    if (graph_->hasComputers())
+    {
+        kqx::Timer timer;
         timer.start();
-    if (usesQueue)
-        graph_->orderFedBy(dirtyElements());
-    else if (needsRebuild_)
-        graph_->orderAll();
-    settleDirtyList(); // before the functions run, since they may write through this layer
-    run();
-    timer.stop();
-    statistics.lastTime = static_cast<float>(timer.seconds());
-    statistics.totalTime += statistics.lastTime;
+        if (usesQueue)
+            graph_->orderFedBy(dirtyElements());
+        else if (needsRebuild_)
+            graph_->orderAll();
+        settleDirtyList(); // before the functions run, since they may write through this layer
+        run();
+        timer.stop();
+        statistics.lastTime = static_cast<float>(timer.seconds());
+        statistics.totalTime += statistics.lastTime;
+    }
+    else
+    {
+        settleDirtyList(); // that is all, and takes less time than asking for the time
+        statistics.lastTime = 0;
+    }
     isCacheValid_ = usesQueue && !isDirty_; // worth keeping, unless a new list has begun meanwhile
     return true;
 }

@@ -54,6 +54,8 @@ void CoreManager::collectGarbage()
 {
     if (elementAnchor_.hasHandles())
         elementAnchor_.clearHandles();
+    if (nodeGarbage_.empty() && elementGarbage_.empty())
+        return;
     forEachFetched(nodeGarbage_, [](Node& node) {
         if (isListed(node))
             keepWithAncestors(node);

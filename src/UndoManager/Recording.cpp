@@ -235,6 +235,21 @@ Status UndoManager::db_destroyReference(Attribute* referencer)
 
 // --- Values: a lock changes nothing yet, so the old value is read when the lock has succeeded ---
 
+/// What record() does, for the most frequent edit, which is forwarded already. @return false when memory is out.
+bool UndoManager::recordWrite(Attribute& attribute, const ConstValueHandle& oldValue)
+{
+    const KQutils::FastHeap::Mark mark = current_->mark();
+    WriteOperation* const operation = WriteOperation::make(*current_, attribute, oldValue);
+    if (operation == nullptr)
+    {
+        current_->rewind(mark);
+        return false;
+    }
+    operation->setFlags();
+    current_->operations.add(*operation);
+    return true;
+}
+
 Status UndoManager::db_lockAttribute(Attribute* attribute, ValueHandle* outValue)
 {
     ValueHandle value;
@@ -245,15 +260,10 @@ Status UndoManager::db_lockAttribute(Attribute* attribute, ValueHandle* outValue
     {
         // What the lock handed out is the value, unless a layer further in only says that it locked.
         const ConstValueHandle oldValue = value.isNull() ? attribute->getValue() : ConstValueHandle(value);
-        const Status recorded = record([&](UndoItem& item) { return WriteOperation::make(item, *attribute, oldValue); },
-                                       [](WriteOperation& operation) {
-                                           operation.setFlags();
-                                           return Status::kSuccess;
-                                       });
-        if (recorded != Status::kSuccess)
+        if (!recordWrite(*attribute, oldValue))
         {
             ForwardingLayer::db_unlockAttribute(attribute);
-            return recorded;
+            return Status::kFailure;
         }
     }
     if (outValue != nullptr)

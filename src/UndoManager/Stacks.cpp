@@ -37,6 +37,8 @@ kqx::String descriptionAt(const ItemStack& stack, int index)
 /// As change reporting treats its own: those behind the one that throws are not told this time.
 void UndoManager::notify(void (UndoObserver::*member)(UndoManager*))
 {
+    if (observers_.isEmpty())
+        return;
     try
     {
         observers_.notify(member, this);

@@ -99,10 +99,12 @@ bool UndoManager::closeItem(const wchar_t* description)
         return false;
     current_->description = text;
     current_->clearFlags();
-    takeOverRefused(*current_);
+    if (!redoStack_.empty())
+        takeOverRefused(*current_);
     undoStack_.back() = std::exchange(current_, std::move(next));
     ++revision_;
-    dropStack(redoStack_, &UndoObserver::onRedoStackPopped);
+    if (!redoStack_.empty())
+        dropStack(redoStack_, &UndoObserver::onRedoStackPopped);
     notify(&UndoObserver::onUndoStackPushed);
     return true;
 }
@@ -111,8 +113,6 @@ bool UndoManager::closeItem(const wchar_t* description)
 /// @p item's, as if it had destroyed them: taking it back brings them back.
 void UndoManager::takeOverRefused(UndoItem& item)
 {
-    if (redoStack_.empty())
-        return;
     OperationList taken;
     for (auto redone = redoStack_.rbegin(); redone != redoStack_.rend(); ++redone)
     {
