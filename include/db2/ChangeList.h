@@ -4,6 +4,7 @@
 
 #include <kqtl/pod_vector.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 
@@ -37,6 +38,14 @@ protected:
     void removePointer(void* pointer);
     [[nodiscard]] void* pointerAt(std::size_t index) const { return closed()[index]; }
     void replacePointer(std::size_t index, void* pointer);
+    template <class IsOver>
+    void removePointersIf(IsOver isOver)
+    {
+        if (entries_.empty()) // as most lists are
+            return;
+        dropHoles(); // and the index, whose positions are others then
+        entries_.erase(std::remove_if(entries_.begin(), entries_.end(), isOver), entries_.end());
+    }
 
 private:
     struct Index;
@@ -76,6 +85,13 @@ public:
     [[nodiscard]] T* operator[](std::size_t index) const { return at(index); }
     [[nodiscard]] std::size_t size() const { return count(); }
     void replace(std::size_t index, T* object) { replacePointer(index, object); }
+
+    /// Takes out all entries of which @p isOver is true, at the cost of one pass and without memory.
+    template <class IsOver>
+    void removeIf(IsOver isOver)
+    {
+        removePointersIf([&isOver](void* pointer) { return isOver(*static_cast<T*>(pointer)); });
+    }
 };
 
 } // namespace db2

@@ -16,7 +16,8 @@ namespace db2 {
 /// While observers run every edit is refused, with an error in the log. A creation that the next layer refuses writes
 /// null to its out-argument.
 /// Sees only edits that pass through it. What an inner layer undoes by itself is not reported, and what it takes back of
-/// this unit's creations is left out of the report.
+/// this unit's creations, destructions and references is left out of the report. Without memory to sort it, which is
+/// logged as an error, a report comes in the order of recording.
 /// Cost: constant an edit, amortised; sorting at the report. A lock also visits the referencers of what it locks.
 /// Threads: the editing thread only.
 class DB2_API ChangeManager : public ForwardingLayer
@@ -94,8 +95,10 @@ private:
         float lastTime = 0;
     };
 
-    template <class Edit, class Record>
-    Status perform(Edit edit, Record record);
+    template <class Edit>
+    Status perform(Edit edit);
+    template <class Edit, class T, class Record>
+    Status perform(Edit edit, T* const& subject, Record record);
     template <class Edit>
     Status performCommit(bool transient, Edit edit);
     void recordDestroyed(Node& node);
@@ -104,7 +107,9 @@ private:
     void addChangedReferents(const Attribute& attribute);
     void markChanged(Attribute& attribute);
     [[nodiscard]] bool mayHaveCreatedOrDestroyed() const;
-    void dropDestroyedBelow();
+    void dropUndoneBelow();
+    static void sortByDepth(ChangeSet& changes);
+    void prepareReport();
     void clearHostSet();
 
     ObserverList<DataPreObserver> preObservers_;

@@ -32,12 +32,10 @@ ChangeManager::ChangeManager(DataInterface* nextLayer, ChangeSet& changes, Chang
 template <class Edit>
 Status ChangeManager::performCommit(bool transient, Edit edit)
 {
-    return perform(
-        [&] {
-            reportChanges(transient);
-            return edit();
-        },
-        [] {});
+    return perform([&] {
+        reportChanges(transient);
+        return edit();
+    });
 }
 
 Status ChangeManager::db_commit(const wchar_t* description, const wchar_t* file, unsigned int line)
@@ -52,15 +50,13 @@ Status ChangeManager::db_commitTransient()
 
 Status ChangeManager::db_clear()
 {
-    return perform(
-        [&] {
-            clear();
-            inObservers_ = true;
-            observers_.notify(&DataObserver::onClear, this);
-            inObservers_ = false;
-            return ForwardingLayer::db_clear();
-        },
-        [] {});
+    return perform([&] {
+        clear();
+        inObservers_ = true;
+        observers_.notify(&DataObserver::onClear, this);
+        inObservers_ = false;
+        return ForwardingLayer::db_clear();
+    });
 }
 
 } // namespace db2

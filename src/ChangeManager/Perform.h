@@ -7,17 +7,26 @@
 
 namespace db2 {
 
-/// Every edit of this layer goes the same way: refused while observers run, forwarded, recorded if it succeeded.
-template <class Edit, class Record>
-Status ChangeManager::perform(Edit edit, Record record)
+/// Every operation of this layer goes the same way: refused while observers run, else forwarded.
+template <class Edit>
+Status ChangeManager::perform(Edit edit)
 {
     if (inObservers_)
     {
         logError(L"DataInterface operations cannot be called whilst calling data observers.");
         return Status::kFailure;
     }
-    const Status status = edit();
-    if (status == Status::kSuccess && !succeeds(record))
+    return edit();
+}
+
+/// An edit is also recorded if it succeeded.
+/// @param subject  what it was made on, read behind it, because it may be what the edit makes. Null, which the core refuses
+///                 and another layer may accept, is not recorded.
+template <class Edit, class T, class Record>
+Status ChangeManager::perform(Edit edit, T* const& subject, Record record)
+{
+    const Status status = perform(edit);
+    if (status == Status::kSuccess && subject != nullptr && !succeeds([&] { record(*subject); }))
         logError(L"Out of memory while recording a change; the report will lack it.");
     return status;
 }

@@ -94,7 +94,7 @@ Status ChangeManager::db_createNode(unsigned int typeId, const wchar_t* name, No
                 *outNode = created;
             return status;
         },
-        [&] { handleCreatedNode(created); });
+        created, [&](Node& made) { handleCreatedNode(&made); });
 }
 
 Status ChangeManager::db_createUnknownNode(const wchar_t* typeName, const Module& module, const wchar_t* name,
@@ -109,12 +109,13 @@ Status ChangeManager::db_createUnknownNode(const wchar_t* typeName, const Module
                 *outNode = created;
             return status;
         },
-        [&] { handleCreatedNode(created); });
+        created, [&](Node& made) { handleCreatedNode(&made); });
 }
 
 Status ChangeManager::db_destroyLeafNode(Node* node)
 {
-    return perform([&] { return ForwardingLayer::db_destroyLeafNode(node); }, [&] { recordDestroyed(*node); });
+    return perform([&] { return ForwardingLayer::db_destroyLeafNode(node); }, node,
+                   [&](Node& destroyed) { recordDestroyed(destroyed); });
 }
 
 void ChangeManager::recordDestroyed(Node& node)
@@ -143,29 +144,30 @@ Status ChangeManager::db_renameNode(Node* node, const wchar_t* name)
     const bool wasRecorded = node == nullptr || node->hasAnyFlag(NodeFlag::kCreated | NodeFlag::kRenamed);
     if (!wasRecorded && !succeeds([&] { oldName_ = node->getName(); })) // the edit replaces it
         oldName_.clear();
-    return perform([&] { return ForwardingLayer::db_renameNode(node, name); },
-                   [&] {
+    return perform([&] { return ForwardingLayer::db_renameNode(node, name); }, node,
+                   [&](Node& renamed) {
                        if (wasRecorded)
                            return;
-                       changes_->addRenamedNode(node, oldName_.c_str());
-                       node->setFlag(NodeFlag::kRenamed);
+                       changes_->addRenamedNode(&renamed, oldName_.c_str());
+                       renamed.setFlag(NodeFlag::kRenamed);
                    });
 }
 
 Status ChangeManager::db_reparentNode(Node* node, Node* newParent, Node* next, const wchar_t* name)
 {
-    return perform([&] { return ForwardingLayer::db_reparentNode(node, newParent, next, name); },
-                   [&] {
-                       if (node->hasAnyFlag(NodeFlag::kCreated | NodeFlag::kReparented))
+    return perform([&] { return ForwardingLayer::db_reparentNode(node, newParent, next, name); }, node,
+                   [&](Node& moved) {
+                       if (moved.hasAnyFlag(NodeFlag::kCreated | NodeFlag::kReparented))
                            return;
-                       changes_->addReparentedNode(node);
-                       node->setFlag(NodeFlag::kReparented);
+                       changes_->addReparentedNode(&moved);
+                       moved.setFlag(NodeFlag::kReparented);
                    });
 }
 
 Status ChangeManager::db_reorderNode(Node* node, Node* next)
 {
-    return perform([&] { return ForwardingLayer::db_reorderNode(node, next); }, [&] { recordReordered(*node); });
+    return perform([&] { return ForwardingLayer::db_reorderNode(node, next); }, node,
+                   [&](Node& moved) { recordReordered(moved); });
 }
 
 void ChangeManager::recordReordered(Node& node)
@@ -191,16 +193,17 @@ Status ChangeManager::db_createDynamicElement(const ElementMetaDataDef& definiti
                 *outElement = created;
             return status;
         },
-        [&] {
-            changes_->addCreatedDynamicElement(created);
-            created->setFlag(ElementFlag::kCreated);
+        created,
+        [&](Element& made) {
+            changes_->addCreatedDynamicElement(&made);
+            made.setFlag(ElementFlag::kCreated);
         });
 }
 
 Status ChangeManager::db_destroyDynamicElement(Element* element)
 {
-    return perform([&] { return ForwardingLayer::db_destroyDynamicElement(element); },
-                   [&] { recordDestroyed(*element); });
+    return perform([&] { return ForwardingLayer::db_destroyDynamicElement(element); }, element,
+                   [&](Element& destroyed) { recordDestroyed(destroyed); });
 }
 
 void ChangeManager::recordDestroyed(Element& element)
@@ -228,12 +231,12 @@ void ChangeManager::recordDestroyed(Element& element)
 
 Status ChangeManager::db_renameDynamicElement(Element* element, const wchar_t* name)
 {
-    return perform([&] { return ForwardingLayer::db_renameDynamicElement(element, name); },
-                   [&] {
-                       if (element->hasAnyFlag(ElementFlag::kCreated | ElementFlag::kRenamed))
+    return perform([&] { return ForwardingLayer::db_renameDynamicElement(element, name); }, element,
+                   [&](Element& renamed) {
+                       if (renamed.hasAnyFlag(ElementFlag::kCreated | ElementFlag::kRenamed))
                            return;
-                       changes_->addRenamedDynamicElement(element);
-                       element->setFlag(ElementFlag::kRenamed);
+                       changes_->addRenamedDynamicElement(&renamed);
+                       renamed.setFlag(ElementFlag::kRenamed);
                    });
 }
 
@@ -241,41 +244,42 @@ Status ChangeManager::db_renameDynamicElement(Element* element, const wchar_t* n
 
 Status ChangeManager::db_resizeAttributeArray(AttributeArray* array, unsigned int size)
 {
-    return perform([&] { return ForwardingLayer::db_resizeAttributeArray(array, size); },
-                   [&] {
-                       if (array->hasAnyFlag(ElementFlag::kCreated | ElementFlag::kResized))
+    return perform([&] { return ForwardingLayer::db_resizeAttributeArray(array, size); }, array,
+                   [&](AttributeArray& resized) {
+                       if (resized.hasAnyFlag(ElementFlag::kCreated | ElementFlag::kResized))
                            return;
-                       changes_->addResizedAttributeArray(array);
-                       array->setFlag(ElementFlag::kResized);
+                       changes_->addResizedAttributeArray(&resized);
+                       resized.setFlag(ElementFlag::kResized);
                    });
 }
 
 Status ChangeManager::db_createReference(Attribute* referenced, Attribute* referencer, bool singleOutput)
 {
     return perform([&] { return ForwardingLayer::db_createReference(referenced, referencer, singleOutput); },
-                   [&] {
-                       if (referencer->hasFlag(ElementFlag::kReferenceMade))
+                   referencer,
+                   [&](Attribute& connected) {
+                       if (connected.hasFlag(ElementFlag::kReferenceMade))
                            return;
-                       changes_->addCreatedReference(referencer);
-                       referencer->setFlag(ElementFlag::kReferenceMade);
-                       addChangedAttribute(referencer);
+                       changes_->addCreatedReference(&connected);
+                       connected.setFlag(ElementFlag::kReferenceMade);
+                       addChangedAttribute(&connected);
                    });
 }
 
 Status ChangeManager::db_destroyReference(Attribute* referencer)
 {
-    return perform([&] { return ForwardingLayer::db_destroyReference(referencer); },
-                   [&] {
-                       if (referencer->hasFlag(ElementFlag::kReferenceMade))
+    return perform([&] { return ForwardingLayer::db_destroyReference(referencer); }, referencer,
+                   [&](Attribute& disconnected) {
+                       if (disconnected.hasFlag(ElementFlag::kReferenceMade))
                        {
-                           changes_->removeCreatedReference(referencer);
-                           referencer->clearFlag(ElementFlag::kReferenceMade);
+                           changes_->removeCreatedReference(&disconnected);
+                           disconnected.clearFlag(ElementFlag::kReferenceMade);
                        }
-                       else if (!referencer->hasFlag(ElementFlag::kReferenceBroken))
+                       else if (!disconnected.hasFlag(ElementFlag::kReferenceBroken))
                        {
-                           changes_->addDestroyedReference(referencer);
-                           referencer->setFlag(ElementFlag::kReferenceBroken);
-                           addChangedAttribute(referencer);
+                           changes_->addDestroyedReference(&disconnected);
+                           disconnected.setFlag(ElementFlag::kReferenceBroken);
+                           addChangedAttribute(&disconnected);
                        }
                    });
 }
@@ -284,32 +288,32 @@ Status ChangeManager::db_destroyReference(Attribute* referencer)
 
 Status ChangeManager::db_lockAttribute(Attribute* attribute, ValueHandle* outValue)
 {
-    return perform([&] { return ForwardingLayer::db_lockAttribute(attribute, outValue); },
-                   [&] {
-                       addChangedAttribute(attribute);
-                       addChangedReferents(*attribute);
+    return perform([&] { return ForwardingLayer::db_lockAttribute(attribute, outValue); }, attribute,
+                   [&](Attribute& written) {
+                       addChangedAttribute(&written);
+                       addChangedReferents(written);
                    });
 }
 
 Status ChangeManager::db_unlockAttribute(Attribute* attribute)
 {
-    return perform([&] { return ForwardingLayer::db_unlockAttribute(attribute); }, [] {});
+    return perform([&] { return ForwardingLayer::db_unlockAttribute(attribute); });
 }
 
 Status ChangeManager::db_lockAttributeArray(AttributeArray* array, void** outValues)
 {
-    return perform([&] { return ForwardingLayer::db_lockAttributeArray(array, outValues); },
-                   [&] {
-                       if (array->getReferenceCount() == 0) // items are not reported, only what references them
+    return perform([&] { return ForwardingLayer::db_lockAttributeArray(array, outValues); }, array,
+                   [&](AttributeArray& written) {
+                       if (written.getReferenceCount() == 0) // items are not reported, only what references them
                            return;
-                       for (unsigned int i = 0; i < array->getSize(); ++i)
-                           addChangedReferents(*array->getAttribute(i));
+                       for (unsigned int i = 0; i < written.getSize(); ++i)
+                           addChangedReferents(*written.getAttribute(i));
                    });
 }
 
 Status ChangeManager::db_unlockAttributeArray(AttributeArray* array)
 {
-    return perform([&] { return ForwardingLayer::db_unlockAttributeArray(array); }, [] {});
+    return perform([&] { return ForwardingLayer::db_unlockAttributeArray(array); });
 }
 
 } // namespace db2

@@ -1,14 +1,10 @@
 #include "support/ChangeScene.h"
 #include "support/HeapThatRunsOut.h"
 #include "support/RecordingObservers.h"
-#include "support/TreeDump.h"
-
-#include <db2/UndoManager.h>
 
 #include <memory>
 
-// ChangeManager as a layer: what it is made of, what it does with refusals, copies, and with what inner layers do by
-// themselves.
+// ChangeManager as a layer: what it is made of, what it does with refusals, and its copies.
 
 namespace db2test {
 namespace {
@@ -227,145 +223,6 @@ TEST_F(ChangeManagerLayerTest, AnEditWithoutMemoryForItsRecordSucceedsWithAnErro
     EXPECT_TRUE(scene.log().tookError(L"Out of memory while recording a change; the report will lack it."));
     EXPECT_FALSE(node->hasAnyFlag(NodeFlag::kChangeFlags)) << "not in the list, so without its bit";
     EXPECT_EQ(full.RenamedNodeCount(), 1024u);
-}
-
-// --- What inner layers do by themselves ---
-
-/// The layers of an example chain: reports outside undo, which replays past them.
-class ChangeManagerOutsideUndoTest : public ChangeScene
-{
-protected:
-    ChangeManagerOutsideUndoTest()
-    {
-        reports.db_setNextInterface(&undo);
-        reports.addObserver(&observer);
-    }
-    ~ChangeManagerOutsideUndoTest() override { reports.db_setNextInterface(&scene.core()); }
-
-    UndoManager undo{&scene.core(), scene.core()};
-    RecordingObserver observer;
-};
-
-TEST_F(ChangeManagerOutsideUndoTest, CreatedNodesThatWereTakenBackBelowAreNotReported)
-{
-    Node* const arm = create(L"arm");
-    create(L"hand", arm);
-    const unsigned int point = undo.createRollbackPoint();
-    ASSERT_NE(point, UndoManager::kNoRollbackPoint);
-    create(L"leg");
-    create(L"foot", scene.root()->findChildByName(L"leg"));
-    ASSERT_EQ(undo.rollback(point), Status::kSuccess);
-    create(L"wing");
-
-    commit();
-    EXPECT_EQ(observer.told.back(), (Lines{L"created node |arm", L"created node |wing", L"created node |arm|hand"}));
-    EXPECT_EQ(recorded(), Lines{});
-}
-
-TEST_F(ChangeManagerOutsideUndoTest, CreatedNodesThatWereTakenBackBelowAreNotPreReported)
-{
-    RecordingPreObserver preObserver;
-    reports.addPreObserver(&preObserver);
-    create(L"arm");
-    ASSERT_EQ(undo.rollback(0), Status::kSuccess);
-    create(L"leg");
-    reports.preReportChanges(false);
-    EXPECT_EQ(preObserver.told, std::vector<Lines>{Lines{L"created node |leg"}});
-}
-
-TEST_F(ChangeManagerOutsideUndoTest, CreatedElementsThatWereTakenBackBelowAreNotReported)
-{
-    Node* const node = create(L"node");
-    commit();
-    createElement(L"one", node);
-    createElement(L"many", node, true);
-    ASSERT_EQ(undo.rollback(0), Status::kSuccess);
-    createElement(L"kept", node);
-    commit();
-    EXPECT_EQ(observer.told.back(), Lines{L"created dynamic attribute |node.kept"});
-}
-
-TEST_F(ChangeManagerOutsideUndoTest, CreatedReferencesThatWereTakenBackBelowAreNotReported)
-{
-    Node* const node = create(L"node");
-    commit();
-    reference(node->findAttributeByName(L"Int"), node->findAttributeByName(L"Float"));
-    ASSERT_EQ(undo.rollback(0), Status::kSuccess);
-    reference(node->findAttributeByName(L"Int"), node->findAttributeByName(L"Double"));
-    commit();
-    EXPECT_EQ(observer.told.back(), (Lines{L"changed node |node", L"created reference |node.Double",
-                                           L"changed attribute |node.Float", L"changed attribute |node.Double"}));
-}
-
-TEST_F(ChangeManagerOutsideUndoTest, WhatIsListedStaysReadableUntilTheReport)
-{
-    Node* const node = create(L"node");
-    Element* const extra = createElement(L"extra", node);
-    reference(node->findAttributeByName(L"Int"), node->findAttributeByName(L"Float"));
-    ASSERT_EQ(undo.rollback(0), Status::kSuccess); // commits below, which frees what nobody lists
-    EXPECT_TRUE(node->isDestroyed());
-    EXPECT_EQ(node->getName(), L"node");
-    EXPECT_STREQ(extra->getName(), L"extra");
-    commit();
-    EXPECT_EQ(scene.root()->getFirstChild(), nullptr);
-    EXPECT_EQ(recorded(), Lines{});
-}
-
-TEST_F(ChangeManagerOutsideUndoTest, ANodeDestroyedAgainAfterItCameBackBelowIsRecordedOnce)
-{
-    Node* const node = create(L"node");
-    Element* const extra = createElement(L"extra", node);
-    commit();
-    destroy(extra);
-    destroy(node);
-    ASSERT_EQ(undo.rollback(0), Status::kSuccess);
-    ASSERT_FALSE(node->isDestroyed());
-    ASSERT_FALSE(extra->isDestroyed());
-    destroy(extra);
-    destroy(node);
-    EXPECT_EQ(recorded(), (Lines{L"destroyed node |node", L"destroyed dynamic attribute |node.extra"}));
-}
-
-TEST_F(ChangeManagerOutsideUndoTest, AUndoThatIsReplayedBelowIsNotReported)
-{
-    create(L"node");
-    commit();
-    ASSERT_EQ(undo.undo(), Status::kSuccess);
-    commit();
-    EXPECT_EQ(observer.told.back(), Lines{});
-    ASSERT_EQ(undo.redo(), Status::kSuccess);
-    commit();
-    EXPECT_EQ(observer.told.back(), Lines{});
-    EXPECT_NE(scene.root()->findChildByName(L"node"), nullptr);
-}
-
-/// The recommended order: undo outside, so that what it replays is an edit like any other.
-TEST_F(ChangeManagerLayerTest, UndoAndRedoThroughTheLayerAreReported)
-{
-    RecordingObserver observer;
-    reports.addObserver(&observer);
-    UndoManager undo(&reports, scene.core());
-    Node* node = nullptr;
-    ASSERT_EQ(undo.db_createNode(Scene::kAll, L"node", nullptr, nullptr, &node), Status::kSuccess);
-    ASSERT_EQ(undo.db_commit(L"create", L"", 0), Status::kSuccess);
-    ASSERT_EQ(undo.undo(), Status::kSuccess);
-    EXPECT_EQ(observer.told.back(), Lines{L"destroyed node |node"});
-    ASSERT_EQ(undo.redo(), Status::kSuccess);
-    EXPECT_EQ(observer.told.back(), Lines{L"created node |node"});
-}
-
-/// Destroyed and brought back within one unit: in both lists, and the node lives.
-TEST_F(ChangeManagerLayerTest, ANodeDestroyedAndRolledBackThroughTheLayerIsDestroyedAndCreated)
-{
-    RecordingObserver observer;
-    reports.addObserver(&observer);
-    Node* const node = scene.node(L"node");
-    UndoManager undo(&reports, scene.core());
-    const unsigned int point = undo.createRollbackPoint();
-    ASSERT_EQ(undo.db_destroyLeafNode(node), Status::kSuccess);
-    ASSERT_EQ(undo.rollback(point), Status::kSuccess);
-    EXPECT_EQ(observer.told.back(), (Lines{L"created node |node", L"destroyed node |node"}));
-    EXPECT_FALSE(node->isDestroyed());
 }
 
 } // namespace
