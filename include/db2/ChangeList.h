@@ -11,8 +11,8 @@
 namespace db2 {
 
 /// Pointers in the order in which they were added, from which any can be taken out in amortised constant time while the
-/// others keep their order. Taking out leaves a hole; the next reading, and the removal that makes
-/// them more than the entries, closes all holes at once.
+/// others keep their order. Taking out leaves a hole; the next reading, and the removal that makes them more than the
+/// entries, closes all holes at once.
 /// A pointer that is in the list several times costs a scan to take out.
 class DB2_API ChangeListBase
 {

@@ -9,8 +9,9 @@ namespace KQutils {
 
 /// An arena: many small allocations that live and die together, as the records of one undo item do. An allocation is a
 /// few instructions, none is freed by itself, and the destructor frees all of them at once. It runs no destructors.
-/// Memory comes from KQTLAlloc() in chunks that double from 1 KiB to 64 KiB, none before the first allocation; a request that is large for a chunk, or aligned more strictly than any value of the library, gets a chunk
-/// of its own, so that leaving the end of a full-sized chunk unused never wastes more than a quarter of it.
+/// Memory comes from KQTLAlloc() in chunks that double from 1 KiB to 64 KiB, none before the first allocation; a request
+/// that is large for a chunk, or aligned more strictly than any value of the library, gets a chunk of its own, so that
+/// leaving the end of a full-sized chunk unused never wastes more than a quarter of it.
 /// Threads: one heap belongs to one thread.
 class KQ_API FastHeap
 {
