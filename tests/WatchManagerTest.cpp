@@ -529,14 +529,21 @@ protected:
     WatchManagerOutsideUndoTest() { next.db_setNextInterface(&undo); }
     ~WatchManagerOutsideUndoTest() override { next.db_setNextInterface(&scene.core()); }
 
+    /// A node that undo takes back with the unit of work, and a watch on it.
+    Node* makeWatched()
+    {
+        Node* made = nullptr;
+        EXPECT_EQ(watches.db_createNode(Scene::kAll, L"made", nullptr, nullptr, &made), Status::kSuccess);
+        EXPECT_EQ(watches.addWatch(made), Status::kSuccess);
+        return made;
+    }
+
     UndoManager undo{&scene.core(), scene.core()};
 };
 
 TEST_F(WatchManagerOutsideUndoTest, AWatchOnANodeThatWasTakenBackBelowEndsAtTheNextCommit)
 {
-    Node* made = nullptr;
-    ASSERT_EQ(watches.db_createNode(Scene::kAll, L"made", nullptr, nullptr, &made), Status::kSuccess);
-    ASSERT_EQ(watches.addWatch(made), Status::kSuccess);
+    Node* const made = makeWatched();
     ASSERT_EQ(undo.rollback(0), Status::kSuccess); // commits below, which frees what nobody lists
     EXPECT_TRUE(made->isDestroyed());
     EXPECT_EQ(made->getName(), L"made") << "still readable";
@@ -562,10 +569,8 @@ TEST_F(WatchManagerOutsideUndoTest, AUndoThatIsReplayedBelowMarksNothing)
 
 TEST_F(WatchManagerOutsideUndoTest, AWatchGoesOnWhenItsNodeWasBroughtBackBelowBeforeTheNextCommit)
 {
-    Node* made = nullptr;
-    ASSERT_EQ(watches.db_createNode(Scene::kAll, L"made", nullptr, nullptr, &made), Status::kSuccess);
+    Node* const made = makeWatched();
     ASSERT_EQ(watches.db_commit(L"make", L"", 0), Status::kSuccess);
-    ASSERT_EQ(watches.addWatch(made), Status::kSuccess);
     for (int round = 0; round < 2; ++round)
     {
         ASSERT_EQ(undo.undo(), Status::kSuccess);
@@ -588,10 +593,8 @@ TEST_F(WatchManagerOutsideUndoTest, AWatchGoesOnWhenItsNodeWasBroughtBackBelowBe
 
 TEST_F(WatchManagerOutsideUndoTest, AClearEndsTheWatchesOnNodesThatWereTakenBackBelow)
 {
-    Node* made = nullptr;
-    ASSERT_EQ(watches.db_createNode(Scene::kAll, L"made", nullptr, nullptr, &made), Status::kSuccess);
+    Node* const made = makeWatched();
     ASSERT_EQ(watches.db_commit(L"make", L"", 0), Status::kSuccess);
-    ASSERT_EQ(watches.addWatch(made), Status::kSuccess);
     ASSERT_EQ(undo.undo(), Status::kSuccess);
     next.answer(Status::kLockOutstanding);
     EXPECT_EQ(watches.db_clear(), Status::kLockOutstanding);
@@ -752,10 +755,8 @@ TEST_F(WatchManagerTest, AWriteFarBelowMarkedDisabledAndEndedWatchesDoesNotGoUpT
 /// The watch on a node that was destroyed below ends at the commit, and with it what it cost.
 TEST_F(WatchManagerOutsideUndoTest, AnArmedWatchThatEndedAtACommitCostsNothingAnyMore)
 {
-    Node* made = nullptr;
-    ASSERT_EQ(watches.db_createNode(Scene::kAll, L"made", nullptr, nullptr, &made), Status::kSuccess);
+    makeWatched();
     ASSERT_EQ(watches.removeWatch(arm), Status::kSuccess);
-    ASSERT_EQ(watches.addWatch(made), Status::kSuccess);
     ASSERT_EQ(undo.rollback(0), Status::kSuccess);
     ASSERT_EQ(watches.db_commit(L"", L"", 0), Status::kSuccess);
     Node* deep = hand;
