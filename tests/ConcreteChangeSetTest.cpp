@@ -1,8 +1,7 @@
 #include "support/ChangeLists.h"
+#include "support/MeasuredHeap.h"
 #include "support/Random.h"
 #include "support/Scene.h"
-
-#include <kqtl/Alloc.h>
 
 #include <gtest/gtest.h>
 
@@ -109,44 +108,18 @@ TEST_P(ConcreteChangeSetListTest, LeavesTheBitsOnTheObjectsAlone)
 
 // --- Taking out ---
 
-/// The largest block that was asked for while it lives.
-class LargestAllocation
-{
-public:
-    LargestAllocation()
-    {
-        largest() = 0;
-        previous_ = KQTLSetAllocHook([](std::size_t bytes) {
-            largest() = std::max(largest(), bytes);
-            return true;
-        });
-    }
-    LargestAllocation(const LargestAllocation&) = delete;
-    LargestAllocation& operator=(const LargestAllocation&) = delete;
-    ~LargestAllocation() { KQTLSetAllocHook(previous_); }
-
-    static std::size_t& largest()
-    {
-        static std::size_t bytes = 0;
-        return bytes;
-    }
-
-private:
-    KQTLAllocHook previous_;
-};
-
 TEST_F(ConcreteChangeSetTest, AListThatEntriesComeToAndGoFromInTurnStaysSmall)
 {
     constexpr std::uintptr_t kLive = 100;
     const auto entry = [](std::uintptr_t number) { return reinterpret_cast<Node*>(16 * (1 + number % (2 * kLive))); };
-    const LargestAllocation heap;
+    const MeasuredHeap heap;
     for (std::uintptr_t i = 0; i < 100 * kLive; ++i)
     {
         changes.addChangedNode(entry(i + kLive));
         if (i >= kLive)
             changes.removeChangedNode(entry(i));
     }
-    EXPECT_LE(LargestAllocation::largest(), 16 * kLive * sizeof(void*));
+    EXPECT_LE(heap.largestBytes(), 16 * kLive * sizeof(void*));
     ASSERT_EQ(changes.ChangedNodeCount(), kLive);
     for (unsigned int i = 0; i < kLive; ++i)
         EXPECT_EQ(changes.ChangedNode(i), entry(100 * kLive + i));
@@ -345,32 +318,6 @@ TEST_F(ConcreteChangeSetTest, ReserveKeepsWhatIsRecorded)
     EXPECT_EQ(changesOf(changes), (Lines{L"created node |n1", L"created node |n2"}));
 }
 
-/// Counts what is taken from the heap while it lives.
-class HeapCount
-{
-public:
-    HeapCount()
-    {
-        count() = 0;
-        previous_ = KQTLSetAllocHook([](std::size_t) {
-            ++count();
-            return true;
-        });
-    }
-    HeapCount(const HeapCount&) = delete;
-    HeapCount& operator=(const HeapCount&) = delete;
-    ~HeapCount() { KQTLSetAllocHook(previous_); }
-
-    static std::size_t& count()
-    {
-        static std::size_t allocations = 0;
-        return allocations;
-    }
-
-private:
-    KQTLAllocHook previous_;
-};
-
 /// The capacities that reserve() makes, in the order of the lists.
 constexpr std::size_t kReserved[] = {32768, 1024, 1024, 1024, 1024, 1024, 1024, 1024,
                                      1024,  1024, 1024, 1024, 1024, 4096, 4096, 4096};
@@ -382,12 +329,12 @@ TEST_F(ConcreteChangeSetTest, AUsualUnitOfWorkAllocatesNothingAfterReserve)
     {
         const ChangeListRow& list = changeListRows()[i];
         SCOPED_TRACE(::testing::PrintToString(std::wstring(list.what)));
-        const HeapCount heap;
+        const MeasuredHeap heap;
         for (std::size_t entry = 0; entry < kReserved[i]; ++entry)
             list.add(changes, objects[0]);
-        EXPECT_EQ(HeapCount::count(), 0u);
+        EXPECT_EQ(heap.allocations(), 0u);
         list.add(changes, objects[0]);
-        EXPECT_GT(HeapCount::count(), 0u) << "more is reserved than said";
+        EXPECT_GT(heap.allocations(), 0u) << "more is reserved than said";
     }
 }
 
@@ -396,17 +343,17 @@ TEST_F(ConcreteChangeSetTest, ClearKeepsTheStorage)
     for (const ChangeListRow& list : changeListRows())
         fill(list, {0, 1, 2, 3, 4});
     changes.clear();
-    const HeapCount heap;
+    const MeasuredHeap heap;
     for (const ChangeListRow& list : changeListRows())
         fill(list, {4, 3, 2, 1, 0});
-    EXPECT_EQ(HeapCount::count(), 0u);
+    EXPECT_EQ(heap.allocations(), 0u);
 }
 
 TEST_F(ConcreteChangeSetTest, TakesNoStorageBeforeTheFirstEntry)
 {
-    const HeapCount heap;
+    const MeasuredHeap heap;
     const ConcreteChangeSet empty;
-    EXPECT_EQ(HeapCount::count(), 0u);
+    EXPECT_EQ(heap.allocations(), 0u);
 }
 
 // --- Copies ---

@@ -1,9 +1,9 @@
 #include "ElementPosition.h"
+#include "support/MeasuredHeap.h"
 #include "support/NameCollision.h"
 #include "support/Random.h"
 #include "support/Scene.h"
 
-#include <kqtl/Alloc.h>
 #include <kqx/Anchor.h>
 
 #include <gtest/gtest.h>
@@ -485,32 +485,6 @@ TEST_F(NodeChildNamesTest, AMixOfEditsLeavesTheNamesRight)
     EXPECT_EQ(other->getFirstChild(), nullptr);
 }
 
-/// The largest block that was asked for since the last reset().
-class LargestAllocation
-{
-public:
-    LargestAllocation() : previous_(KQTLSetAllocHook(note)) { reset(); }
-    LargestAllocation(const LargestAllocation&) = delete;
-    LargestAllocation& operator=(const LargestAllocation&) = delete;
-    ~LargestAllocation() { KQTLSetAllocHook(previous_); }
-
-    static void reset() { bytes() = 0; }
-    static std::size_t& bytes()
-    {
-        static std::size_t largest = 0;
-        return largest;
-    }
-
-private:
-    static bool note(std::size_t size)
-    {
-        bytes() = std::max(bytes(), size);
-        return true;
-    }
-
-    KQTLAllocHook previous_;
-};
-
 TEST_F(NodeChildNamesTest, AMillionRenamesUnderOneParentDoNotGrowItsIndex)
 {
     addChildren(8);
@@ -523,12 +497,12 @@ TEST_F(NodeChildNamesTest, AMillionRenamesUnderOneParentDoNotGrowItsIndex)
         }
     };
 
-    const LargestAllocation largest;
+    MeasuredHeap heap;
     rename(1000);
-    const std::size_t atFirst = largest.bytes();
-    largest.reset();
+    const std::size_t atFirst = heap.largestBytes();
+    heap.reset();
     rename(999'000);
-    EXPECT_LE(largest.bytes(), atFirst);
+    EXPECT_LE(heap.largestBytes(), atFirst);
     expectNamesKnown(L"n10000000");
 }
 

@@ -1,12 +1,10 @@
+#include "support/MeasuredHeap.h"
 #include "support/NameCollision.h"
 #include "support/Scene.h"
 #include "support/TreeDump.h"
 
-#include <kqtl/Alloc.h>
-
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -332,9 +330,6 @@ TEST_F(CoreManagerDynamicElementsTest, RenamingToAnotherNameOfTheOwnHashDoesWhat
     EXPECT_STREQ(extra->getName(), status == Status::kSuccess ? names.second.c_str() : names.first.c_str());
 }
 
-/// The largest block that was asked for since it was made.
-std::size_t largestAllocation = 0;
-
 TEST_F(CoreManagerDynamicElementsTest, AMillionRenamesOnOneNodeDoNotGrowItsIndex)
 {
     std::vector<Element*> elements;
@@ -347,16 +342,11 @@ TEST_F(CoreManagerDynamicElementsTest, AMillionRenamesOnOneNodeDoNotGrowItsIndex
                       Status::kSuccess);
     };
 
-    largestAllocation = 0;
-    const KQTLAllocHook previous = KQTLSetAllocHook([](std::size_t bytes) {
-        largestAllocation = std::max(largestAllocation, bytes);
-        return true;
-    });
+    const MeasuredHeap heap;
     rename(1000);
-    const std::size_t atFirst = largestAllocation;
+    const std::size_t atFirst = heap.largestBytes();
     rename(999'000);
-    KQTLSetAllocHook(previous);
-    EXPECT_EQ(largestAllocation, atFirst);
+    EXPECT_EQ(heap.largestBytes(), atFirst);
     EXPECT_EQ(dynamicNames().size(), 8u);
 }
 

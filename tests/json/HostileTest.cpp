@@ -1,9 +1,8 @@
 // Documents made to cost: their loads take memory in proportion to their size, whatever numbers stand in them.
 
+#include "support/MeasuredHeap.h"
 #include "support/TreeDump.h"
 #include "json/Documents.h"
-
-#include <kqtl/Alloc.h>
 
 #include <cstddef>
 #include <vector>
@@ -12,32 +11,6 @@ namespace {
 
 using namespace db2;
 using namespace db2test;
-
-/// While it lives, adds up what is asked of the library's heap, freed or not.
-class MeasuredHeap
-{
-public:
-    MeasuredHeap()
-    {
-        bytes() = 0;
-        previous_ = KQTLSetAllocHook([](std::size_t size) {
-            bytes() += size;
-            return true;
-        });
-    }
-    MeasuredHeap(const MeasuredHeap&) = delete;
-    MeasuredHeap& operator=(const MeasuredHeap&) = delete;
-    ~MeasuredHeap() { KQTLSetAllocHook(previous_); }
-
-    [[nodiscard]] static std::size_t& bytes()
-    {
-        static std::size_t total = 0;
-        return total;
-    }
-
-private:
-    KQTLAllocHook previous_;
-};
 
 std::string repeated(std::string_view text, std::size_t times)
 {
@@ -84,7 +57,7 @@ TEST_P(JsonHostileTest, ALoadTakesMemoryInProportionToTheFile)
         JsonLoader loader(stream, scene.core(), scene.core());
         static_cast<void>(loader.load(*scene.root(), nullptr));
     }
-    EXPECT_LT(MeasuredHeap::bytes(), GetParam().size() * kBytesForAByte + kBytesForAnyLoad);
+    EXPECT_LT(heap.bytes(), GetParam().size() * kBytesForAByte + kBytesForAnyLoad);
 }
 
 INSTANTIATE_TEST_SUITE_P(
