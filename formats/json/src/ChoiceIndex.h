@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace db2 {
 class EnumAttributeMetaData;
@@ -20,7 +22,24 @@ public:
     [[nodiscard]] int find(const EnumAttributeMetaData& metaData, std::wstring_view choice);
 
 private:
-    using Choices = std::unordered_map<std::wstring_view, int>;
+    /// The choices of one record, hashed into buckets that are sorted: a file may bring choices that all fall into one
+    /// bucket, which then is searched by as many comparisons as the logarithm of their number.
+    class Choices
+    {
+    public:
+        explicit Choices(const EnumAttributeMetaData& metaData);
+        [[nodiscard]] int find(std::wstring_view choice) const;
+
+    private:
+        using Choice = std::pair<std::wstring_view, int>; ///< and its index
+
+        [[nodiscard]] std::size_t bucketOf(std::wstring_view choice) const;
+
+        std::vector<std::size_t> starts_; ///< of each bucket, and the end of the last; a power of two and one
+        std::vector<Choice> choices_;     ///< bucket after bucket
+    };
+
+    const Choices& choicesOf(const EnumAttributeMetaData& metaData);
 
     std::unordered_map<const EnumAttributeMetaData*, Choices> records_;
     std::size_t entries_ = 0; ///< in all of them
