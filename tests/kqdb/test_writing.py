@@ -175,7 +175,6 @@ class SetRefuses(SetTest):
                           ["migrate", "room.json"], ["copy", "room.json", "|glass", "--to", "room.json"]):
             self.refused(message, *arguments, "-o", output)
 
-    @unittest.skipIf(program.has_launcher(), "permissions are the emulator's business")
     def test_a_folder_that_cannot_be_written_to(self):
         result = self.expect(BAD, "set", "room.json", "|glass.opacity", "0.5", "-o", "nowhere/room.json")
         self.assertIn("nowhere/room.json", result.err)
