@@ -9,10 +9,12 @@ import unittest
 DONE, NO, BAD = 0, 1, 2
 
 _command = []
+_built_with = {}
 
 
-def use(path, launcher):
+def use(path, launcher, *, line_editor):
     _command[:] = [*launcher, str(path)]
+    _built_with["line editor"] = line_editor
 
 
 def command():
@@ -21,6 +23,10 @@ def command():
 
 def has_launcher():
     return len(_command) > 1
+
+
+def has_line_editor():
+    return _built_with["line editor"]
 
 
 class Result:

@@ -458,13 +458,10 @@ class Terminal(ShellTest):
         self.type("open other.json\n", "error: there are unsaved changes")
         self.type("open other.json\n", "other.json> ")
 
+    @unittest.skipUnless(program.has_line_editor(), "built without a line editor")
     def test_line_editor(self):
         os.write(self.terminal, b"\t\t")  # lists the commands
-        end = time.monotonic() + 30
-        while "commit-transient" not in self.screen and time.monotonic() < end:
-            self.read_some()
-        if "commit-transient" not in self.screen:
-            self.skipTest("the program has no line editor")
+        self.wait_for("commit-transient")
         self.type("unw\t|gl\t\n", "the node is not watched")
         self.type("set |glass.sha\tphy\t\n", "room.json*> ")
         self.type("get |glass.shading\n", '"physically based"')
