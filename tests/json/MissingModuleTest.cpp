@@ -57,6 +57,34 @@ TEST(JsonMissingModuleTest, ItemsOfLegacyArraysAreSavedWithoutAValue)
     EXPECT_NE(saved.find(entry), std::string::npos) << saved;
 }
 
+// --- Values that are written ---
+
+TEST(JsonMissingModuleTest, AZeroThatIsMarkedAsAValueIsSavedWhereTheFileHadNone)
+{
+    std::string file;
+    {
+        RigApp app(RigApp::kWithModule);
+        for (const wchar_t* const name : {L"seven", L"zero", L"unset", L"hub"})
+            app.make(name);
+        app.resize(app.find(L"hub"), L"numbers", 3); // so that all three stand in the file
+        app.reference(attribute(app.find(L"seven"), L"number"), item(app.find(L"hub"), L"numbers", 0));
+        app.reference(attribute(app.find(L"zero"), L"number"), item(app.find(L"hub"), L"numbers", 1));
+        app.reference(attribute(app.find(L"unset"), L"number"), item(app.find(L"hub"), L"numbers", 2));
+        file = app.save();
+    }
+    {
+        RigApp app(RigApp::kWithoutModule, file);
+        app.scene.write(attribute(app.find(L"seven"), L"number"), 7);
+        app.scene.write(attribute(app.find(L"zero"), L"number"), 0);
+        attribute(app.find(L"zero"), L"number")->setFlag(ElementFlag::kValueLoaded);
+        file = app.save();
+    }
+    RigApp app(RigApp::kWithModule, file);
+    EXPECT_EQ(attribute(app.find(L"seven"), L"number")->getValue().asInt(), 7);
+    EXPECT_EQ(attribute(app.find(L"zero"), L"number")->getValue().asInt(), 0);
+    EXPECT_EQ(attribute(app.find(L"unset"), L"number")->getValue().asInt(), 5);
+}
+
 // --- Whose value it is ---
 
 TEST(JsonMissingModuleTest, ACopyWithoutReferencesHasAValueWhereTheAttributeThatIsShownHasOne)
