@@ -199,6 +199,9 @@ std::size_t WriteArrayOperation::bytes() const
 
 // --- ResizeOperation ---
 
+constexpr std::uint32_t kLoadState = ElementFlag::kLoaded | ElementFlag::kValueLoaded;
+static_assert(kLoadState <= 0xFFFF);
+
 bool ResizeOperation::save(UndoItem& item, unsigned int newSize)
 {
     if (newSize >= oldSize_)
@@ -210,7 +213,17 @@ bool ResizeOperation::save(UndoItem& item, unsigned int newSize)
         if (!dropped_.add(subject()->getAttribute(i)->getValue()))
             return false;
     }
-    return true;
+    return !subject()->isUnknown() || saveLoadStates(item, newSize);
+}
+
+/// @return false when memory is out.
+bool ResizeOperation::saveLoadStates(UndoItem& item, unsigned int newSize)
+{
+    const std::size_t bytes = std::size_t{oldSize_ - newSize} * sizeof(std::uint16_t);
+    loadStates_ = static_cast<std::uint16_t*>(item.allocate(bytes, alignof(std::uint16_t)));
+    for (unsigned int i = newSize; loadStates_ != nullptr && i < oldSize_; ++i)
+        loadStates_[i - newSize] = static_cast<std::uint16_t>(subject()->getAttribute(i)->getFlags() & kLoadState);
+    return loadStates_ != nullptr;
 }
 
 bool ResizeOperation::undo(DataInterface& target, CoreManager&)
@@ -220,7 +233,12 @@ bool ResizeOperation::undo(DataInterface& target, CoreManager&)
     const unsigned int firstDropped = oldSize_ - dropped_.count();
     bool complete = true;
     for (unsigned int i = 0; i < dropped_.count(); ++i)
-        complete = dropped_.restore(i, subject()->getAttribute(firstDropped + i), target) && complete;
+    {
+        Attribute* const item = subject()->getAttribute(firstDropped + i);
+        complete = dropped_.restore(i, item, target) && complete;
+        if (loadStates_ != nullptr)
+            item->setFlag(loadStates_[i]);
+    }
     return complete;
 }
 

@@ -101,8 +101,13 @@ public:
     bool undo(DataInterface& target, CoreManager& core) override;
 
 private:
+    [[nodiscard]] bool saveLoadStates(UndoItem& item, unsigned int newSize);
+
     unsigned int oldSize_;
     SavedValues dropped_; ///< the last ones of the old size
+    /// Their ElementFlag::kLoaded and kValueLoaded, which tell whether an item of an unknown array has a value at all; null
+    /// for other arrays. In the item's heap.
+    std::uint16_t* loadStates_ = nullptr;
 };
 
 } // namespace db2

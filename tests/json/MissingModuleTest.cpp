@@ -3,6 +3,8 @@
 
 #include "json/RigApp.h"
 
+#include <db2/UndoManager.h>
+
 #include <string>
 #include <vector>
 
@@ -55,6 +57,34 @@ TEST(JsonMissingModuleTest, ItemsOfLegacyArraysAreSavedWithoutAValue)
               Status::kLoadedWithUnhandledLegacyData);
     const std::string saved = saveScene(scene);
     EXPECT_NE(saved.find(entry), std::string::npos) << saved;
+}
+
+TEST(JsonMissingModuleTest, ItemsThatAnUndoBringsBackAreSavedAsTheyWere)
+{
+    std::string file;
+    {
+        RigApp app(RigApp::kWithModule);
+        app.resize(app.make(L"node"), L"numbers", 9);
+        app.reference(attribute(app.make(L"source"), L"number"), item(app.find(L"node"), L"numbers", 0));
+        app.scene.write(item(app.find(L"node"), L"numbers", 1), 0);
+        app.scene.write(item(app.find(L"node"), L"numbers", 2), 3);
+        file = app.save();
+    }
+    RigApp app(RigApp::kWithoutModule, file);
+    app.destroy(L"source"); // now there are items without a value in the file
+    const std::string first = app.save();
+    UndoManager undo(&app.scene.core(), app.scene.core());
+    ASSERT_EQ(undo.db_resizeAttributeArray(app.find(L"node")->findAttributeArrayByName(L"numbers"), 1),
+              Status::kSuccess);
+    ASSERT_EQ(undo.db_commit(L"shrink", L"", 0), Status::kSuccess);
+    const std::string last = app.save();
+    for (int round = 0; round < 2; ++round)
+    {
+        ASSERT_EQ(undo.undo(), Status::kSuccess);
+        EXPECT_EQ(app.save(), first);
+        ASSERT_EQ(undo.redo(), Status::kSuccess);
+        EXPECT_EQ(app.save(), last);
+    }
 }
 
 // --- Values that are written ---
