@@ -16,7 +16,6 @@
 
 namespace db2 {
 
-class ConstValueHandle;
 class CoreManager;
 class OperationList;
 class UndoItem;
@@ -161,7 +160,8 @@ private:
 
     template <class Make, class Edit>
     Status record(Make make, Edit edit);
-    [[nodiscard]] bool recordWrite(Attribute& attribute, const ConstValueHandle& oldValue);
+    template <class Make>
+    [[nodiscard]] bool recordForwarded(Make make);
     template <class Create>
     Status createNode(Create create, Node** outNode);
     [[nodiscard]] static bool isExempt(const Element& element);

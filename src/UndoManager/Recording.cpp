@@ -235,19 +235,19 @@ Status UndoManager::db_destroyReference(Attribute* referencer)
 
 // --- Values: a lock changes nothing yet, so the old value is read when the lock has succeeded ---
 
-/// What record() does, for the most frequent edit, which is forwarded already. @return false when memory is out.
-bool UndoManager::recordWrite(Attribute& attribute, const ConstValueHandle& oldValue)
+/// What record() does, for an edit that is forwarded already, so that no layer comes in between.
+/// @param make  makes the operation in the item that it is given. @return null when memory is out.
+/// @return false, recording nothing, when memory is out.
+template <class Make>
+bool UndoManager::recordForwarded(Make make)
 {
     const KQutils::FastHeap::Mark mark = current_->mark();
-    WriteOperation* const operation = WriteOperation::make(*current_, attribute, oldValue);
+    auto* const operation = make(*current_);
     if (operation == nullptr)
-    {
         current_->rewind(mark);
-        return false;
-    }
-    operation->setFlags();
-    current_->operations.add(*operation);
-    return true;
+    else
+        current_->operations.add(*operation);
+    return operation != nullptr;
 }
 
 Status UndoManager::db_lockAttribute(Attribute* attribute, ValueHandle* outValue)
@@ -260,7 +260,7 @@ Status UndoManager::db_lockAttribute(Attribute* attribute, ValueHandle* outValue
     {
         // What the lock handed out is the value, unless a layer further in only says that it locked.
         const ConstValueHandle oldValue = value.isNull() ? attribute->getValue() : ConstValueHandle(value);
-        if (!recordWrite(*attribute, oldValue))
+        if (!recordForwarded([&](UndoItem& item) { return WriteOperation::make(item, *attribute, oldValue); }))
         {
             ForwardingLayer::db_unlockAttribute(attribute);
             return Status::kFailure;
@@ -279,12 +279,10 @@ Status UndoManager::db_lockAttributeArray(AttributeArray* array, void** outValue
         return status;
     if (array != nullptr && !isValueExempt(*array))
     {
-        const Status recorded = record([&](UndoItem& item) { return makeSaved<WriteArrayOperation>(item, *array); },
-                                       [](WriteArrayOperation&) { return Status::kSuccess; });
-        if (recorded != Status::kSuccess)
+        if (!recordForwarded([&](UndoItem& item) { return makeSaved<WriteArrayOperation>(item, *array); }))
         {
             ForwardingLayer::db_unlockAttributeArray(array);
-            return recorded;
+            return Status::kFailure;
         }
     }
     if (outValues != nullptr)

@@ -137,9 +137,10 @@ WriteOperation* WriteOperation::make(UndoItem& item, Attribute& attribute, const
         return nullptr;
     const Duty duties = facts.isPlainData || facts.size == 0 ? kMarks : kMarksAndOwns;
     auto* const operation = ::new (place) WriteOperation(attribute, duties);
-    if (facts.size == 0 || saveValue(operation->oldValue(), operation->typeId(), value))
-        return operation;
-    return nullptr; // which has nothing yet to give back
+    if (facts.size != 0 && !saveValue(operation->oldValue(), operation->typeId(), value))
+        return nullptr; // it has nothing yet to give back
+    attribute.setFlag(ElementFlag::kRecordedInItem);
+    return operation;
 }
 
 WriteOperation::~WriteOperation()

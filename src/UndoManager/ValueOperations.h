@@ -45,12 +45,10 @@ private:
 class WriteOperation final : public OperationOn<Attribute>
 {
 public:
-    /// Makes the operation in the item's heap. @param value  the attribute's. @return null when memory is out.
+    /// Makes the operation in the item's heap and marks the attribute as recorded. @param value  the attribute's.
+    /// @return null, marking nothing, when memory is out.
     [[nodiscard]] static WriteOperation* make(UndoItem& item, Attribute& attribute, const ConstValueHandle& value);
     ~WriteOperation() override;
-
-    /// Marks the attribute as recorded.
-    void setFlags() { subject()->setFlag(ElementFlag::kRecordedInItem); }
 
     [[nodiscard]] const wchar_t* name() const override { return L"db_lockAttribute"; }
     bool undo(DataInterface& target, CoreManager& core) override;

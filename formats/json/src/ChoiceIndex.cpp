@@ -56,9 +56,8 @@ ChoiceIndex::Choices::Choices(const EnumAttributeMetaData& metaData)
 
     for (const Choice& choice : unsorted)
         ++starts_[bucketOf(choice.first)];
-    std::partial_sum(starts_.begin(), starts_.end(),
-                     starts_.begin()); // the end of each bucket, from which it is filled
-    for (const Choice& choice : unsorted)
+    std::partial_sum(starts_.begin(), starts_.end(), starts_.begin());
+    for (const Choice& choice : unsorted) // each bucket from its end
         choices_[--starts_[bucketOf(choice.first)]] = choice;
     for (std::size_t bucket = 0; bucket + 1 < starts_.size(); ++bucket)
         std::sort(choices_.data() + starts_[bucket], choices_.data() + starts_[bucket + 1]);
